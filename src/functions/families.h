@@ -1,0 +1,24 @@
+// Every function family of the interpreter. A family is a table of
+// {keyword id, implementation}; the dispatcher builds its id index from the
+// families listed in family_list_native.cpp (the portable build) or
+// family_list_win32.cpp (the DLL).
+#pragma once
+#include "dispatch.h"
+
+#define TSL_FAMILY_EMPTY(name) const ::tsl::FunctionFamily name = {nullptr, 0};
+
+namespace tsl {
+// Portable families (value-only).
+TSL_FAMILY_DECL(kFamilyCore)        // functions/small_functions.cpp: Debug, Delay, ErrorMode, ...
+TSL_FAMILY_DECL(kFamilyStrings)     // functions/strings.cpp: Str*
+TSL_FAMILY_DECL(kFamilyItems)       // functions/items.cpp: Item*
+TSL_FAMILY_DECL(kFamilyArith)       // functions/arith.cpp: Abs, Average, Max, Min, Random, Char2Num, ...
+TSL_FAMILY_DECL(kFamilyDateTime)    // functions/datetime.cpp: DateTime, GetExactTime
+// Win32 families.
+TSL_FAMILY_DECL(kFamilyControl)     // functions/intcontrol_win32.cpp: IntControl, IconArrange
+TSL_FAMILY_DECL(kFamilyFileHandles) // files/file_handles.cpp: FileOpen, FileRead, FileWrite, FileClose
+TSL_FAMILY_DECL(kFamilyFileOps)     // files/file_ops.cpp: FileCopy, FileMove, FileAppend, FileDelete, FileRename
+TSL_FAMILY_DECL(kFamilyFileNames)   // files/file_names.cpp: FileItemize, DirItemize, FileFullName, ...
+TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake, LogDisk, DiskFree, ...
+TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
+} // namespace tsl

@@ -1,0 +1,11 @@
+// The function families of the DLL.
+#include "families.h"
+
+namespace tsl {
+const FunctionFamily* const kFamilies[] = {
+    &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
+    &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
+    &kFamilyIniEnv,
+};
+const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
+}
