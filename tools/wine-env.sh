@@ -1,0 +1,102 @@
+#!/bin/bash
+# The Wine test environment: a prefix of our own, an Xvfb display and one
+# persistent wineserver, shared by all Windows tests of one ctest run.
+#
+#   wine-env.sh start STATE [LOCALE]   fresh prefix STATE/prefix, Xvfb, wineserver -p
+#   wine-env.sh run STATE PROGRAM ARGS  runs one Windows program in that environment
+#   wine-env.sh stop STATE             stops the wineserver and Xvfb
+#
+# Wine's helper processes (the server, services, the desktop) outlive the
+# program and keep every descriptor they inherit, so nothing of Wine is
+# ever attached to a pipe of ours: programs write to files that are copied
+# to our own output once the program has ended.
+set -u
+cmd=${1:-}; state=${2:-}
+[ -n "$cmd" ] && [ -n "$state" ] || { echo "usage: $0 start|run|stop STATE ..." >&2; exit 2; }
+shift 2
+state=$(mkdir -p "$state" && cd "$state" && pwd)
+
+common_env() {
+    export WINEPREFIX="$state/prefix"
+    export WINEDEBUG=-all
+    export WINEDLLOVERRIDES="mscoree,mshtml="
+    unset WINEARCH WINESERVER
+}
+
+stop_env() {
+    if [ -f "$state/env" ]; then
+        # shellcheck disable=SC1091
+        . "$state/env"
+        common_env
+        wineserver -k >/dev/null 2>&1 </dev/null
+        timeout 20 wineserver -w >/dev/null 2>&1 </dev/null
+        if [ -n "${TSL_XVFB_PID:-}" ]; then
+            kill "$TSL_XVFB_PID" 2>/dev/null
+            for _ in 1 2 3 4 5 6 7 8 9 10; do kill -0 "$TSL_XVFB_PID" 2>/dev/null || break; sleep 0.2; done
+            kill -9 "$TSL_XVFB_PID" 2>/dev/null
+        fi
+        rm -f "$state/env"
+    fi
+}
+
+case "$cmd" in
+start)
+    locale=${1:-default}
+    stop_env
+    rm -rf "$state/prefix" "$state/tmp"
+    mkdir -p "$state/tmp"
+    common_env
+    if [ "$locale" != default ] && [ "$locale" != C ]; then export LC_ALL="$locale"; fi
+    # A display of our own: Xvfb reports the number it took on descriptor 3.
+    rm -f "$state/display"
+    setsid Xvfb -displayfd 3 -nolisten tcp -screen 0 1280x1024x24 \
+        3>"$state/display" </dev/null >"$state/xvfb.log" 2>&1 &
+    xpid=$!
+    for _ in $(seq 1 100); do [ -s "$state/display" ] && break; sleep 0.1; done
+    if ! [ -s "$state/display" ]; then
+        echo "Xvfb did not start (see $state/xvfb.log)" >&2; kill "$xpid" 2>/dev/null; exit 1
+    fi
+    export DISPLAY=":$(head -n1 "$state/display")"
+    {
+        echo "export DISPLAY='$DISPLAY'"
+        echo "TSL_XVFB_PID=$xpid"
+        if [ -n "${LC_ALL:-}" ]; then echo "export LC_ALL='$LC_ALL'"; fi
+    } >"$state/env"
+    setsid wineserver -p </dev/null >"$state/wineserver.log" 2>&1
+    start=$(date +%s)
+    timeout 150 wine wineboot -i </dev/null >"$state/wineboot.log" 2>&1
+    rc=$?
+    # The first program starts the desktop process; let that happen here.
+    timeout 60 wine cmd.exe /c exit 0 </dev/null >>"$state/wineboot.log" 2>&1
+    echo "Wine prefix $WINEPREFIX ready on display $DISPLAY (locale $locale) in $(( $(date +%s) - start )) s"
+    if [ $rc -ne 0 ]; then echo "wineboot failed ($rc), see $state/wineboot.log" >&2; stop_env; exit 1; fi
+    exit 0
+    ;;
+run)
+    [ $# -ge 1 ] || { echo "run: no program" >&2; exit 2; }
+    common_env
+    mkdir -p "$state/tmp"
+    out=$(mktemp "$state/tmp/out.XXXXXX"); err=$(mktemp "$state/tmp/err.XXXXXX")
+    if [ -f "$state/env" ]; then
+        # shellcheck disable=SC1091
+        . "$state/env"
+        timeout -k 5 "${TSL_WINE_TIMEOUT:-100}" wine "$@" </dev/null >"$out" 2>"$err"
+        rc=$?
+    else
+        # No environment started: a temporary display; the server ends by itself.
+        [ -d "$WINEPREFIX" ] || wine wineboot -i </dev/null >/dev/null 2>&1
+        timeout -k 5 "${TSL_WINE_TIMEOUT:-100}" xvfb-run -a wine "$@" </dev/null >"$out" 2>"$err"
+        rc=$?
+    fi
+    cat "$out"; cat "$err" >&2
+    rm -f "$out" "$err"
+    exit $rc
+    ;;
+stop)
+    stop_env
+    exit 0
+    ;;
+*)
+    echo "unknown command $cmd" >&2; exit 2
+    ;;
+esac
