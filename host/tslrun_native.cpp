@@ -1,0 +1,94 @@
+// tslrun-native: the command-line host built over the portable core for
+// Linux, for fast script tests under the sanitizers and the native
+// benchmark. Same usage, host commands and exit statuses as tslrun:
+//   tslrun-native [--console] SCRIPT [ARG...]
+// Boxes are always answered on the console in this build.
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+#include "../src/core/command_call.h"
+#include "../src/core/heap.h"
+#include "../src/core/runloop.h"
+#include "../src/core/vars.h"
+
+using namespace tsl;
+
+namespace {
+
+KeywordRecord host_record(uint16_t id, const char* name, uint16_t args, uint16_t mask) {
+    KeywordRecord r{};
+    r.id = id;
+    r.kind = KW_FUNCTION;
+    r.arg_count = args;
+    r.str_mask = mask;
+    r.name_len = (uint16_t)strlen(name);
+    memcpy(r.name, name, r.name_len);
+    return r;
+}
+
+// Host commands: 0 quit (IntControl 8), 1 version, 2 echo, 3 itemizenull.
+int32_t host_command(PHandle, intptr_t, int32_t, int32_t command, AnswerFn answer, void* record,
+                     const char* t1, const char*, const char*, const char*, const char*) {
+    switch (command) {
+    case 1: return answer(0, 0, record, 1, 0, "tslrun 1.0");
+    case 2:
+        fputs(t1, stdout);
+        fputc('\n', stdout);
+        fflush(stdout);
+        return 0;
+    case 3: return answer(0, 0, record, 1, 0, "");
+    default: return 0;
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    int a = 1;
+    if (a < argc && strcmp(argv[a], "--console") == 0) ++a;
+    if (a >= argc) {
+        fprintf(stderr, "usage: tslrun-native [--console] SCRIPT [ARG...]\n");
+        return 2;
+    }
+    const char* name = argv[a++];
+    FILE* f = fopen(name, "rb");
+    if (!f) {
+        fprintf(stderr, "tslrun: cannot read script %s\n", name);
+        return 2;
+    }
+    std::string text;
+    char chunk[4096];
+    for (size_t n; (n = fread(chunk, 1, sizeof chunk, f)) > 0;) text.append(chunk, n);
+    fclose(f);
+    std::vector<char> script(text.begin(), text.end());
+    script.push_back(0);
+
+    static Context ctx;   // zeroed, like a fresh context block
+    std::vector<uint8_t> heap(HEAP_MAX_SIZE);
+    std::vector<VarSlot> vars(2000);
+    heap_init(heap.data(), (uint32_t)heap.size());
+    ctx.heap = heap.data();
+    ctx.heap_size = (uint32_t)heap.size();
+    ctx.vars = vars.data();
+    ctx.var_capacity = (uint16_t)vars.size();
+    ctx.sounds = 1;
+    ctx.dde_timeout = 3000;
+    plat_set_console_mode(true);
+    snprintf(ctx.top_script_name, sizeof ctx.top_script_name, "%s", name);
+
+    KeywordRecord table[5] = {host_record(0, "tslrunquit", 0, 0), host_record(1, "tslrunversion", 0, 0),
+                              host_record(2, "echo", 1, 1), host_record(3, "itemizenull", 1, 1), KeywordRecord{}};
+    ctx.host_proc = host_command;
+    ctx.host_table = table;
+
+    var_set_int(&ctx, "Param0", argc - a);
+    for (int i = a; i < argc; ++i) {
+        char pname[8] = "Param0";
+        pname[5] = (char)('0' + (i - a + 1));
+        var_set_text(&ctx, pname, argv[i]);
+    }
+    run_script(&ctx, script.data());
+    return (ctx.run_error || ctx.break_flag) ? 1 : 0;
+}

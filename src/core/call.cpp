@@ -1,0 +1,103 @@
+// Call(file, parameters): runs another script file with the Param variables.
+#include <cstring>
+#include "bounded.h"
+#include "lexer.h"
+#include "report.h"
+#include "runloop.h"
+#include "statements.h"
+#include "vars.h"
+
+namespace tsl {
+
+// Param0 with its last character replaced by "0" + n: the tenth parameter is
+// "Param:" and further ones take the characters after it.
+static void param_name(char* buf, unsigned n) {
+    memcpy(buf, "Param0", 7);
+    buf[5] = (char)('0' + n);
+}
+
+// Splits at blanks and tabs; parts quoted by ", ' or ` lose their quotes and
+// keep their blanks; a doubled quote inside a quoted part stands for one.
+void set_call_parameters(Context* ctx, const char* p) {
+    var_set_int(ctx, "Param0", 0);
+    unsigned count = 0;
+    char word[LINE_BUF];
+    while (*p) {
+        while (*p == ' ' || *p == '\t') ++p;
+        if (!*p) break;
+        unsigned n = 0;
+        while (*p && *p != ' ' && *p != '\t') {
+            if (*p == '"' || *p == '\'' || *p == '`') {
+                char q = *p++;
+                while (*p) {
+                    if (*p == q) {
+                        if (p[1] == q) { if (n < LINE_MAX) word[n++] = q; p += 2; continue; }
+                        ++p;
+                        break;
+                    }
+                    if (n < LINE_MAX) word[n++] = *p;
+                    ++p;
+                }
+            } else {
+                if (n < LINE_MAX) word[n++] = *p;
+                ++p;
+            }
+        }
+        word[n] = 0;
+        char name[8];
+        param_name(name, ++count);
+        var_set_text(ctx, name, word);
+        if (ctx->error) return;
+    }
+    var_set_int(ctx, "Param0", (int32_t)count);
+}
+
+// A loader failure is reported at once, with the file name as the text;
+// the run then stops silently ("Previously reported error").
+static void loader_failure(Context* ctx, unsigned number, const char* name) {
+    bounded_copy(ctx, ctx->error_text, name, sizeof ctx->error_text);
+    report(ctx, ctx->owner, 0, number, SEV_FATAL);
+    fail(ctx, 9002);
+}
+
+void call_script(Context* ctx, const char* file, const char* params) {
+    if (++ctx->call_depth > CALL_DEPTH_MAX) { ctx->call_depth--; fail(ctx, 3211); return; }
+    // The caller's statement state: the rest of its line and its script.
+    const char* cursor = ctx->cursor;
+    const char* script = ctx->script;
+    const char* script_name = ctx->script_name;
+    uint16_t line_start = ctx->run_line_start;
+    char name[PATH_BUF];
+    bounded_copy(ctx, name, file, sizeof name);
+
+    set_call_parameters(ctx, params);
+    char full[PATH_BUF];
+    char* text = nullptr;
+    uint32_t size = 0;
+    unsigned failure = 0;
+    if (!ctx->error) {
+        if (!plat_search_file(name, full, sizeof full)) failure = 102;
+        else failure = plat_load_script_file(full, &text, &size);
+    }
+    if (failure) {
+        loader_failure(ctx, failure, name);
+    } else if (!ctx->error) {
+        ctx->script = text;
+        ctx->script_name = name;
+        uint16_t pos = 0, start = 0;
+        int r = run_loop(ctx, text, size, &pos, &start);
+        plat_free_script_file(text);
+        // The callee's stop (exit, error, break) stops the caller too, unless it has a CANCEL label.
+        if (r == 0) {
+            if (!ctx->error || ctx->error < 9000) ctx->error = 0;
+            fail(ctx, 9999);
+        }
+    }
+    ctx->cursor = cursor;
+    ctx->script = script;
+    ctx->script_name = script_name;
+    ctx->run_line_start = line_start;
+    ctx->call_depth--;
+}
+
+} // namespace tsl

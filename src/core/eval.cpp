@@ -1,0 +1,323 @@
+// The expression evaluator: recursive descent over the lexer's tokens with
+// no syntax tree; each level evaluates as it parses.
+//
+//   expression  -> name "=" logical | logical
+//   logical     -> bitwise { ("&&" | "||") bitwise }
+//   bitwise     -> compare { ("^" | "&" | "|") compare }
+//   compare     -> shift { ("==" | "!=" | "<>" | "<" | "<=" | ">" | ">=") shift }
+//   shift       -> additive { ("<<" | ">>") additive }
+//   additive    -> term { ("+" | "-") term }
+//   term        -> prefix { ("*" | "/" | "mod") prefix }
+//   prefix      -> ("!" | "+" | "-" | "~") prefix | call | Drop(...) | IsDefined(...) | primary
+//   primary     -> "(" expression ")" | @constant | name | number | string
+#include "eval.h"
+#include <cstring>
+#include "../functions/dispatch.h"
+#include "heap.h"
+#include "lexer.h"
+#include "vars.h"
+
+namespace tsl {
+
+static void logical(Context* ctx, Value* v);
+static void prefix(Context* ctx, Value* v);
+
+static inline bool is_op(const Context* ctx, int id) { return ctx->tok_kind == T_KEYWORD && ctx->tok_id == id; }
+
+static inline void free_text(Context* ctx, Value* v) {
+    if (v->string) { heap_free(ctx->heap, v->string); v->string = 0; }
+}
+
+// An operator's result: integer only, no text, from no variable.
+static inline void set_int_result(Context* ctx, Value* v, int32_t n) {
+    free_text(ctx, v);
+    *v = Value{n, 0, NO_VARIABLE, VF_INT};
+}
+
+static inline int32_t wrap_add(int32_t a, int32_t b) { return (int32_t)((uint32_t)a + (uint32_t)b); }
+static inline int32_t wrap_sub(int32_t a, int32_t b) { return (int32_t)((uint32_t)a - (uint32_t)b); }
+static inline int32_t wrap_mul(int32_t a, int32_t b) { return (int32_t)((uint32_t)a * (uint32_t)b); }
+
+// The most negative integer divided by -1 wraps: quotient itself, remainder 0.
+static int32_t divide(int32_t a, int32_t b) { return (b == -1) ? (int32_t)(0u - (uint32_t)a) : a / b; }
+static int32_t modulo(int32_t a, int32_t b) { return (b == -1) ? 0 : a % b; }
+
+static void apply_binary(Context* ctx, int op, Value* left, Value* right) {
+    if (!value_to_integer(ctx, left) || !value_to_integer(ctx, right)) { fail(ctx, 3057); return; }
+    int32_t a = left->integer, b = right->integer, r;
+    switch (op) {
+    case K_AND: r = (a && b) ? 1 : 0; break;
+    case K_OR: r = (a || b) ? 1 : 0; break;
+    case K_BITAND: r = a & b; break;
+    case K_BITOR: r = a | b; break;
+    case K_XOR: r = a ^ b; break;
+    case K_SHL: r = (int32_t)((uint32_t)a << (b & 31)); break;
+    case K_SHR: r = a >> (b & 31); break;
+    case K_PLUS: r = wrap_add(a, b); break;
+    case K_MINUS: r = wrap_sub(a, b); break;
+    case K_MUL: r = wrap_mul(a, b); break;
+    case K_DIV: if (!b) { fail(ctx, 3062); return; } r = divide(a, b); break;
+    case K_MOD: if (!b) { fail(ctx, 3062); return; } r = modulo(a, b); break;
+    default: fail(ctx, 3063); return;
+    }
+    set_int_result(ctx, left, r);
+}
+
+// Comparisons are numeric when both sides read as integers, otherwise by
+// the platform's locale collation of the texts (case-sensitive).
+static void apply_compare(Context* ctx, int op, Value* left, Value* right) {
+    int c;
+    if (value_to_integer(ctx, left) && value_to_integer(ctx, right)) {
+        c = left->integer < right->integer ? -1 : left->integer > right->integer ? 1 : 0;
+    } else {
+        if (!value_to_string(ctx, left) || !value_to_string(ctx, right)) {
+            if (!ctx->error) fail(ctx, 3095);
+            return;
+        }
+        c = plat_compare(value_text(ctx, *left), value_text(ctx, *right));
+    }
+    int r;
+    switch (op) {
+    case K_EQ: r = c == 0; break;
+    case K_NE: case K_LTGT: r = c != 0; break;
+    case K_LT: r = c < 0; break;
+    case K_LE: r = c <= 0; break;
+    case K_GT: r = c > 0; break;
+    case K_GE: r = c >= 0; break;
+    default: fail(ctx, 3063); return;
+    }
+    set_int_result(ctx, left, r);
+}
+
+typedef void (*LevelFn)(Context*, Value*);
+
+// The shape shared by the binary levels: operand { op operand }.
+static inline void binary_level(Context* ctx, Value* v, LevelFn next, const int16_t* ops, bool compare) {
+    next(ctx, v);
+    while (!ctx->error && ctx->tok_kind == T_KEYWORD) {
+        int op = ctx->tok_id;
+        bool found = false;
+        for (const int16_t* o = ops; *o >= 0; ++o) found |= (*o == op);
+        if (!found) {
+            if (compare && op == K_ASSIGN) fail(ctx, 3069);
+            return;
+        }
+        get_token(ctx);
+        if (ctx->error) return;
+        Value right{0, 0, NO_VARIABLE, 0};
+        next(ctx, &right);
+        if (!ctx->error) {
+            if (compare) apply_compare(ctx, op, v, &right);
+            else apply_binary(ctx, op, v, &right);
+        }
+        free_text(ctx, &right);
+    }
+}
+
+static const int16_t kTermOps[] = {K_MUL, K_DIV, K_MOD, -1};
+static const int16_t kAddOps[] = {K_PLUS, K_MINUS, -1};
+static const int16_t kShiftOps[] = {K_SHL, K_SHR, -1};
+static const int16_t kCompareOps[] = {K_EQ, K_NE, K_LTGT, K_LT, K_LE, K_GT, K_GE, -1};
+static const int16_t kBitOps[] = {K_XOR, K_BITAND, K_BITOR, -1};
+static const int16_t kLogicalOps[] = {K_AND, K_OR, -1};
+
+static void term(Context* ctx, Value* v) { binary_level(ctx, v, prefix, kTermOps, false); }
+static void additive(Context* ctx, Value* v) { binary_level(ctx, v, term, kAddOps, false); }
+static void shift(Context* ctx, Value* v) { binary_level(ctx, v, additive, kShiftOps, false); }
+static void compare(Context* ctx, Value* v) { binary_level(ctx, v, shift, kCompareOps, true); }
+static void bitwise(Context* ctx, Value* v) { binary_level(ctx, v, compare, kBitOps, false); }
+static void logical(Context* ctx, Value* v) { binary_level(ctx, v, bitwise, kLogicalOps, false); }
+
+// primary -> "(" expression ")" | @constant | name | number | string
+static void primary(Context* ctx, Value* v) {
+    switch (ctx->tok_kind) {
+    case T_KEYWORD: {
+        if (ctx->tok_id == K_LPAREN) {
+            get_token(ctx);
+            if (ctx->error) return;
+            eval_expression(ctx, v);
+            if (ctx->error) return;
+            if (!is_op(ctx, K_RPAREN)) { fail(ctx, 3065); return; }
+            break;
+        }
+        const KeywordRecord* r = keyword_record(ctx, ctx->tok_id);
+        if (!r || r->kind != KW_CONSTANT) { fail(ctx, 3061); return; }
+        *v = Value{keyword_constant(*r), 0, NO_VARIABLE, VF_INT};
+        break;
+    }
+    case T_NAME: {
+        uint16_t slot = find_var(ctx, ctx->tok_text);
+        if (ctx->error) return;
+        const Value& s = ctx->vars[slot].value;
+        *v = Value{s.integer, 0, slot, s.flags};
+        if (s.string) {
+            const char* text = heap_ptr(ctx->heap, s.string);
+            size_t len = strlen(text);
+            uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
+            if (!off) { fail(ctx, 3096); return; }
+            memcpy(heap_ptr(ctx->heap, off), text, len + 1);
+            v->string = off;
+        }
+        break;
+    }
+    case T_NUMBER:
+        *v = Value{text_to_integer(ctx->tok_text), 0, NO_VARIABLE, VF_INT};
+        break;
+    case T_STRING:
+        *v = Value{STRING_LITERAL_MARK, 0, NO_VARIABLE, 0};
+        if (!value_set_text(ctx, v, ctx->tok_text)) return;
+        v->integer = STRING_LITERAL_MARK;
+        break;
+    default: fail(ctx, 3061); return;
+    }
+    get_token(ctx);
+}
+
+static void free_args(Context* ctx, Value* args, int n) {
+    for (int i = 1; i <= n; ++i) free_text(ctx, &args[i]);
+}
+
+// call -> function "(" [ expression { "," expression } ] ")"
+static void function_call(Context* ctx, Value* v, const KeywordRecord* r) {
+    int id = ctx->tok_id;
+    int n = r->arg_count;
+    bool variadic = n == VARIADIC;
+    if (variadic) n = 0;
+    if (n > MAX_ARGS) { fail(ctx, 3070); return; }
+    bool no_paren = false;
+    get_token(ctx);
+    if (ctx->error) return;
+    if (!is_op(ctx, K_LPAREN)) {
+        if (id != K_DOTTED) { fail(ctx, 3067); return; }
+        // A dotted reference may stand without parentheses.
+        no_paren = true;
+        unget_token(ctx);
+    }
+    Value args[MAX_ARGS + 1];
+    for (auto& a : args) a = Value{0, 0, NO_VARIABLE, 0};
+    if (!variadic && !no_paren) {
+        get_token(ctx);
+        if (ctx->error) return;
+        for (int i = 1; i <= n; ++i) {
+            if (i > 1) {
+                get_token(ctx);
+                if (ctx->error) { free_args(ctx, args, i - 1); return; }
+            }
+            eval_expression(ctx, &args[i]);
+            if (ctx->error) { free_args(ctx, args, i); return; }
+            if (i < n && !is_op(ctx, K_COMMA)) { free_args(ctx, args, i); fail(ctx, 3068); return; }
+        }
+        if (!is_op(ctx, K_RPAREN)) { free_args(ctx, args, n); fail(ctx, 3066); return; }
+    }
+    dispatch(ctx, id, v, args, n, r->str_mask, false);
+    free_args(ctx, args, n);
+    if (!ctx->error) get_token(ctx);
+}
+
+// Drop(name, ...) and IsDefined(name).
+static void variable_op(Context* ctx, Value* v, bool drop) {
+    get_token(ctx);
+    if (ctx->error) return;
+    if (!is_op(ctx, K_LPAREN)) { fail(ctx, 3067); return; }
+    for (;;) {
+        get_token(ctx);
+        if (ctx->error) return;
+        if (ctx->tok_kind != T_NAME) { fail(ctx, drop ? 3102 : 3103); return; }
+        if (drop) {
+            var_drop(ctx, ctx->tok_text);
+        } else {
+            find_var(ctx, ctx->tok_text);
+            int defined = ctx->error == 0;
+            ctx->error = 0;
+            set_int_result(ctx, v, defined);
+        }
+        if (ctx->error) return;
+        get_token(ctx);
+        if (ctx->error) return;
+        if (drop && is_op(ctx, K_COMMA)) continue;
+        if (!is_op(ctx, K_RPAREN)) { fail(ctx, 3066); return; }
+        break;
+    }
+    get_token(ctx);
+}
+
+// prefix -> ("!" | "+" | "-" | "~") prefix | call | variable op | primary
+static void prefix(Context* ctx, Value* v) {
+    if (ctx->tok_kind == T_KEYWORD) {
+        int id = ctx->tok_id;
+        if (id == K_NOT || id == K_PLUS || id == K_MINUS || id == K_TILDE) {
+            get_token(ctx);
+            if (ctx->error) return;
+            prefix(ctx, v);
+            if (ctx->error) return;
+            if (!value_to_integer(ctx, v)) { fail(ctx, 3057); return; }
+            int32_t a = v->integer, r;
+            switch (id) {
+            case K_NOT: r = a == 0; break;
+            case K_PLUS: r = a; break;
+            case K_MINUS: r = (int32_t)(0u - (uint32_t)a); break;
+            case K_TILDE: r = ~a; break;
+            default: fail(ctx, 3064); return;
+            }
+            set_int_result(ctx, v, r);
+            return;
+        }
+        if (id == K_DROP || id == K_ISDEFINED) { variable_op(ctx, v, id == K_DROP); return; }
+        const KeywordRecord* r = keyword_record(ctx, id);
+        if (r && r->kind == KW_FUNCTION) { function_call(ctx, v, r); return; }
+    }
+    primary(ctx, v);
+}
+
+// The assignment rule runs even when the right side failed, so a failed
+// assignment leaves the variable holding the integer 0.
+static void assign(Context* ctx, uint16_t slot, Value* v) {
+    var_assign(ctx, slot, *v);
+    if (!ctx->error && ctx->tok_kind != T_END) fail(ctx, 3074);
+    if (v->flags == VF_SPECIAL) v->flags = VF_INT;
+}
+
+void eval_expression(Context* ctx, Value* v) {
+    if (ctx->tok_kind == T_NAME || (ctx->tok_kind == T_KEYWORD && ctx->tok_id == K_DOTTED)) {
+        bool dotted = ctx->tok_kind == T_KEYWORD;
+        uint16_t slot = dotted ? NO_VARIABLE : var_find_slot(ctx, ctx->tok_text);
+        // Keep the name token: the look-ahead overwrites the token fields.
+        const char* name_cursor = ctx->cursor;
+        uint16_t kind = ctx->tok_kind;
+        int16_t id = ctx->tok_id;
+        char name[TOKEN_BUF];
+        size_t name_len = strlen(ctx->tok_text);
+        memcpy(name, ctx->tok_text, name_len + 1);
+        get_token(ctx);
+        if (ctx->error) return;
+        if (is_op(ctx, K_ASSIGN)) {
+            get_token(ctx);
+            if (ctx->error) return;
+            logical(ctx, v);
+            if (dotted) {
+                if (!ctx->error) fail(ctx, ctx->tok_kind != T_END ? 3074 : 2253);
+                return;
+            }
+            assign(ctx, slot, v);
+            return;
+        }
+        ctx->cursor = name_cursor;
+        ctx->tok_kind = kind;
+        ctx->tok_id = id;
+        memcpy(ctx->tok_text, name, name_len + 1);
+    }
+    logical(ctx, v);
+}
+
+int eval_next_argument(Context* ctx, Value* v, bool* last, uint16_t syntax_error) {
+    get_token(ctx);
+    if (ctx->error) return 0;
+    eval_expression(ctx, v);
+    if (ctx->error) { free_text(ctx, v); return 0; }
+    if (is_op(ctx, K_RPAREN)) *last = true;
+    else if (is_op(ctx, K_COMMA)) *last = false;
+    else { free_text(ctx, v); return fail(ctx, syntax_error); }
+    return 1;
+}
+
+} // namespace tsl

@@ -1,0 +1,130 @@
+// The lexer. get_token reads one token at the cursor:
+//   kind 0 end of statement (end of line or ";"), 1 keyword/operator/
+//   function/@constant, 2 variable name, 3 number, 4 string literal or word.
+#include "lexer.h"
+#include <cstring>
+#include "vars.h"
+
+namespace tsl {
+
+static inline bool blank(char c) { return c == ' ' || c == '\t'; }
+static inline bool word_char(unsigned char c) { return plat_is_alnum(c) || c == '@'; }
+
+static void copy_token(Context* ctx, const char* from, unsigned len) {
+    if (len >= TOKEN_BUF) len = TOKEN_BUF - 1;
+    memcpy(ctx->tok_text, from, len);
+    ctx->tok_text[len] = 0;
+}
+
+// A quoted literal: the opening quote decides the closing one. A doubled
+// quote stands for one quote only within the first four characters; at
+// most 256 characters are copied; the end of the line also ends it.
+static void read_literal(Context* ctx) {
+    const char* s = ctx->cursor;
+    char quote = *s++;
+    unsigned n = 0;
+    char* out = ctx->tok_text;
+    while (*s && n < LINE_MAX) {
+        if (*s == quote) {
+            ++s;
+            if (*s == quote && n < 4) { out[n++] = *s++; continue; }
+            break;
+        }
+        if (plat_is_lead_byte((unsigned char)*s) && s[1]) out[n++] = *s++;
+        out[n++] = *s++;
+    }
+    out[n] = 0;
+    ctx->cursor = s;
+    ctx->tok_kind = T_STRING;
+}
+
+// A name: letters, digits, "@" and "."; the 31st character is error 3055.
+static void read_name(Context* ctx) {
+    const char* s = ctx->cursor;
+    unsigned n = 0;
+    while (word_char((unsigned char)*s) || *s == '.') {
+        if (n == NAME_MAX) { fail(ctx, 3055); return; }
+        ctx->tok_text[n++] = *s++;
+    }
+    ctx->tok_text[n] = 0;
+    ctx->cursor = s;
+    ctx->tok_kind = T_NAME;
+    var_register(ctx, ctx->tok_text);
+}
+
+void get_token(Context* ctx) {
+    ctx->tok_kind = T_END;
+    const char* s = ctx->cursor;
+    while (blank(*s)) ++s;
+    ctx->cursor = s;
+    if (!*s || *s == ';') return;
+    unsigned char c = (unsigned char)*s;
+    if (plat_is_digit(c)) {
+        const char* e = s;
+        while (plat_is_digit((unsigned char)*e)) ++e;
+        copy_token(ctx, s, (unsigned)(e - s));
+        ctx->cursor = e;
+        ctx->tok_kind = T_NUMBER;
+        return;
+    }
+    if (!plat_is_alpha(c) && c != '@') {
+        if (keyword_lookup(ctx, false)) {
+            unsigned len = g_keywords[ctx->tok_id].name_len;
+            copy_token(ctx, s, len);
+            ctx->cursor = s + len;
+            ctx->tok_kind = T_KEYWORD;
+        } else if (c == '"' || c == '`' || c == '\'') {
+            read_literal(ctx);
+        } else {
+            fail(ctx, 3054);
+        }
+        return;
+    }
+    if (!keyword_lookup(ctx, true)) { read_name(ctx); return; }
+    ctx->tok_kind = T_KEYWORD;
+    if (ctx->tok_id == K_DOTTED) {
+        // The whole dotted reference: letters and digits, ".", "@" first only.
+        const char* e = s;
+        while (plat_is_alnum(plat_lower_char((unsigned char)*e)) || *e == '.' || (*e == '@' && e == s)) ++e;
+        copy_token(ctx, s, (unsigned)(e - s));
+        ctx->cursor = e;
+        return;
+    }
+    unsigned len = keyword_record(ctx, ctx->tok_id)->name_len;
+    copy_token(ctx, s, len);
+    ctx->cursor = s + len;
+}
+
+// One step back over the token just read. For a literal the step is short
+// by its quotes (and any collapsed doubled quote), as it always has been.
+void unget_token(Context* ctx) {
+    switch (ctx->tok_kind) {
+    case T_END: return;
+    case T_KEYWORD:
+        if (ctx->tok_id == K_DOTTED) ctx->cursor -= strlen(ctx->tok_text);
+        else ctx->cursor -= keyword_record(ctx, ctx->tok_id)->name_len;
+        return;
+    default: ctx->cursor -= strlen(ctx->tok_text); return;
+    }
+}
+
+void read_word(Context* ctx) {
+    ctx->tok_kind = T_END;
+    const char* s = ctx->cursor;
+    while (blank(*s)) ++s;
+    ctx->cursor = s;
+    if (!*s || *s == ';') return;
+    if (!word_char((unsigned char)*s)) { fail(ctx, 3054); return; }
+    unsigned n = 0;
+    while (word_char((unsigned char)*s) || (plat_is_lead_byte((unsigned char)*s) && s[1])) {
+        if (n == LINE_MAX + 1) { fail(ctx, 3053); return; }
+        if (plat_is_lead_byte((unsigned char)*s) && n + 1 < TOKEN_BUF - 1) ctx->tok_text[n++] = *s++;
+        ctx->tok_text[n++] = *s++;
+    }
+    ctx->tok_text[n] = 0;
+    ctx->cursor = s;
+    ctx->tok_kind = T_STRING;
+    ctx->tok_id = -1;
+}
+
+} // namespace tsl

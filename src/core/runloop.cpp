@@ -1,0 +1,107 @@
+// The line reader and the run loop.
+#include "runloop.h"
+#include <cstring>
+#include "bounded.h"
+#include "heap.h"
+#include "report.h"
+#include "statements.h"
+
+namespace tsl {
+
+// CR and Ctrl+Z end a line, LF is dropped wherever it stands (so a file
+// with bare LF line ends reads as one long line), blanks before the first
+// other byte are skipped, and a line stops after 256 bytes: the 257th byte
+// starts the next line.
+int read_line(const char* script, uint32_t length, uint16_t* pos, uint16_t* line_start, char* line) {
+    uint32_t p = *pos;
+    unsigned n = 0;
+    bool any = false;
+    while (p < length && n < LINE_MAX) {
+        char c = script[p++];
+        any = true;
+        if (c == '\n') continue;
+        if (c == '\r' || c == 26) break;
+        if (n == 0 && (c == ' ' || c == '\t')) continue;
+        if (n == 0) *line_start = (uint16_t)(p - 1);
+        line[n++] = c;
+    }
+    *pos = (uint16_t)p;
+    if (!any) return 0;
+    line[n] = 0;
+    return 1;
+}
+
+void run_reset(Context* ctx) {
+    ctx->break_flag = 0;
+    ctx->break_report = 1;
+    ctx->debug_trace = 0;
+    ctx->error_mode = EM_CANCEL;
+    ctx->last_if = 0;
+    ctx->call_depth = 0;
+    ctx->last_reported = 0;
+    ctx->error = 0;
+}
+
+int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_t* line_start) {
+    ScriptPlace place{script, length, pos, line_start};
+    char line[LINE_BUF];
+    int result = 1;
+    while (read_line(script, length, pos, line_start, line)) {
+        result = -1;
+        plat_break_test(ctx);
+        if (!ctx->exclusive) plat_pump_messages(ctx);
+        if (ctx->break_flag) {
+            result = 0;
+            if (ctx->break_report) report(ctx, ctx->owner, 193, 192, SEV_FATAL);
+            break;
+        }
+        ctx->run_line_start = *line_start;
+        if (!line[0] || line[0] == ';') { result = 1; continue; }
+        int sub = substitute_variables(ctx, line);
+        if (!sub) {
+            bounded_copy(ctx, ctx->error_text, line, sizeof ctx->error_text);
+            uint16_t err = ctx->error;
+            report(ctx, ctx->owner, 0, err, SEV_FATAL);
+            ctx->error = err;
+            result = 0;
+            break;
+        }
+        char* stmt = line;
+        if (line[0] == ':') {
+            while (*stmt && *stmt != ' ' && *stmt != '\t') ++stmt;
+            while (*stmt == ' ' || *stmt == '\t') ++stmt;
+            if (!*stmt || *stmt == ';') { result = 1; continue; }
+        }
+        if (ctx->debug_output) {
+            char buf[LINE_BUF + 16] = ">>>>>";
+            bounded_append(ctx, buf, line, sizeof buf);
+            bounded_append(ctx, buf, "<<<<<\r\n", sizeof buf);
+            plat_output_debug(buf);
+        }
+        result = execute_statement(ctx, line, stmt, &place, sub == 2);
+        if (result != 1) break;
+    }
+    return result;
+}
+
+void run_script(Context* ctx, char* script) {
+    run_reset(ctx);
+    ctx->script = script;
+    ctx->script_name = ctx->top_script_name[0] ? ctx->top_script_name : nullptr;
+    plat_set_cursor(ctx, true);
+    plat_sleep(20);
+    plat_pump_messages(ctx);
+    uint32_t length = (uint32_t)strlen(script);
+    uint16_t pos = 0, start = 0;
+    int r = run_loop(ctx, script, length, &pos, &start);
+    ctx->run_error = ctx->error;
+    ctx->run_result = (int16_t)r;
+    ctx->run_line_start = start;
+    if (ctx->result.string) { heap_free(ctx->heap, ctx->result.string); ctx->result.string = 0; }
+    ctx->result.flags = 0;
+    plat_set_cursor(ctx, false);
+    plat_sleep(20);
+    plat_pump_messages(ctx);
+}
+
+} // namespace tsl
