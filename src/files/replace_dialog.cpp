@@ -4,6 +4,7 @@
 #include "replace_dialog.h"
 #include "file_lists.h"
 #include "../core/bounded.h"
+#include "../core/messages.h"
 #include "../ui/dialog_contexts.h"
 #include "../resources/dialogs/filewarn_ids.h"
 #include <windows.h>
@@ -41,8 +42,8 @@ struct Question {
     const char* target;
 };
 
-void load_label(unsigned number, char* buf, unsigned size) {
-    if (!plat_load_message(number, buf, size)) buf[0] = 0;
+void load_label(Context* ctx, unsigned number, char* buf, unsigned size) {
+    if (!load_message(ctx, number, buf, size)) buf[0] = 0;
 }
 
 HMODULE own_module() {
@@ -102,11 +103,11 @@ bool replace_decide(Context* ctx, ReplaceCall* call, const char* source, const c
 int replace_ask(Context* ctx, const char* source, const char* target) {
     if (plat_console_mode()) {
         char title[128], with[128], replace[128];
-        load_label(TITLE_MESSAGE, title, sizeof title);
-        load_label(122, replace, sizeof replace);
-        load_label(135, with, sizeof with);
+        load_label(ctx, TITLE_MESSAGE, title, sizeof title);
+        load_label(ctx, 122, replace, sizeof replace);
+        load_label(ctx, 135, with, sizeof with);
         char line[1200];
-        snprintf(line, sizeof line, "BOX(%s): %s %s / %s %s\n", title, replace, target, with, source);
+        snprintf(line, sizeof line, "BOX(%s): %s %s / %s %s\r\n", title, replace, target, with, source);
         plat_write_stderr(line);
         return DEFAULT_BUTTON_MODE;
     }
@@ -130,10 +131,10 @@ extern "C" INT_PTR CALLBACK OverwriteProc(HWND dlg, UINT msg, WPARAM wp, LPARAM 
         const Question* q = (const Question*)lp;
         dialog_context_add(dlg, q->ctx);
         char text[300];
-        load_label(TITLE_MESSAGE, text, sizeof text);
+        load_label(q->ctx, TITLE_MESSAGE, text, sizeof text);
         SetWindowTextA(dlg, text);
         for (const Label& l : kLabels) {
-            load_label(l.message, text, sizeof text);
+            load_label(q->ctx, l.message, text, sizeof text);
             SetDlgItemTextA(dlg, l.control, text);
         }
         SetDlgItemTextA(dlg, FW_TARGET_NAME, q->target);
