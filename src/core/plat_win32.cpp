@@ -1,0 +1,256 @@
+// The platform seam with real Win32 calls: the DLL's implementation of plat.h.
+#include <windows.h>
+#include <mmsystem.h>
+#include <cctype>
+#include "plat.h"
+#include "context.h"
+#include "bounded.h"
+#include "command_call.h"
+#include "startup_win32.h"
+
+namespace tsl {
+
+// --- characters of the current code page ---
+
+bool plat_is_alpha(unsigned char c) { return IsCharAlphaA((CHAR)c) != 0; }
+bool plat_is_alnum(unsigned char c) { return IsCharAlphaNumericA((CHAR)c) != 0; }
+bool plat_is_digit(unsigned char c) { return c >= '0' && c <= '9'; }
+
+unsigned char plat_lower_char(unsigned char c) {
+    // CharLowerA takes a single character in the low word of the pointer.
+    return (unsigned char)(UINT_PTR)CharLowerA((LPSTR)(UINT_PTR)c);
+}
+
+bool plat_dbcs_enabled() {
+    static int enabled = -1;  // read once: the code page does not change under a running process
+    if (enabled < 0) enabled = GetSystemMetrics(SM_DBCSENABLED) ? 1 : 0;
+    return enabled != 0;
+}
+
+bool plat_is_lead_byte(unsigned char c) { return plat_dbcs_enabled() && IsDBCSLeadByte(c); }
+
+const char* plat_char_next(const char* p) {
+    if (!*p) return p;
+    const char* n = CharNextA(p);
+    return n > p ? n : p + 1;
+}
+
+int plat_compare(const char* a, const char* b) { return lstrcmpA(a, b); }
+int plat_compare_nocase(const char* a, const char* b) { return lstrcmpiA(a, b); }
+void plat_upper(char* s) { CharUpperA(s); }
+void plat_lower(char* s) { CharLowerA(s); }
+
+// --- boxes, sounds, tracing ---
+
+static bool g_console = false;  // process-wide: set through DLLServices 100
+
+bool plat_console_mode() { return g_console; }
+void plat_set_console_mode(bool on) { g_console = on; }
+
+void plat_write_stderr(const char* text) {
+    HANDLE h = GetStdHandle(STD_ERROR_HANDLE);
+    if (h == NULL || h == INVALID_HANDLE_VALUE) return;
+    DWORD written;
+    WriteFile(h, text, (DWORD)lstrlenA(text), &written, NULL);
+}
+
+// The buttons of each MessageBox button set (MB_OK .. MB_CANCELTRYCONTINUE).
+static const int kButtons[7][3] = {
+    {IDOK, 0, 0}, {IDOK, IDCANCEL, 0}, {IDABORT, IDRETRY, IDIGNORE}, {IDYES, IDNO, IDCANCEL},
+    {IDYES, IDNO, 0}, {IDRETRY, IDCANCEL, 0}, {IDCANCEL, IDTRYAGAIN, IDCONTINUE},
+};
+
+// The answer of the box's default button (MB_DEFBUTTONn; a default beyond
+// the last button falls back to the first, as MessageBox does).
+static int default_answer(unsigned style) {
+    unsigned set = style & MB_TYPEMASK;
+    if (set > 6) set = 0;
+    unsigned def = (style & MB_DEFMASK) >> 8;
+    if (def > 2 || kButtons[set][def] == 0) def = 0;
+    return kButtons[set][def];
+}
+
+// Console mode: "BOX(<caption>): <text>" on one line of standard error,
+// every line break of the text (CR LF, CR or LF) shown as " / ".
+static void console_box(const char* text, const char* caption) {
+    char line[2048];
+    line[0] = 0;
+    bounded_append(nullptr, line, "BOX(", sizeof line);
+    bounded_append(nullptr, line, caption ? caption : "", sizeof line);
+    bounded_append(nullptr, line, "): ", sizeof line);
+    size_t n = (size_t)lstrlenA(line);
+    for (const char* p = text ? text : ""; *p && n + 4 < sizeof line; ++p) {
+        if (*p == '\r' || *p == '\n') {
+            if (*p == '\r' && p[1] == '\n') ++p;
+            line[n++] = ' '; line[n++] = '/'; line[n++] = ' ';
+        } else {
+            line[n++] = *p;
+        }
+    }
+    line[n] = 0;
+    bounded_append(nullptr, line, "\r\n", sizeof line);
+    plat_write_stderr(line);
+}
+
+int plat_message_box(PHandle owner, const char* text, const char* caption, unsigned style) {
+    if (g_console) {
+        console_box(text, caption);
+        return default_answer(style);
+    }
+    return MessageBoxA((HWND)owner, text, caption, style);
+}
+
+PHandle plat_focus_window() { return GetFocus(); }
+
+void plat_play_sound(const char* alias) { PlaySoundA(alias, NULL, SND_ALIAS | SND_ASYNC | SND_NODEFAULT); }
+void plat_message_beep(unsigned type) { MessageBeep(type); }
+void plat_output_debug(const char* text) { OutputDebugStringA(text); }
+
+// --- time and waiting ---
+
+void plat_sleep(unsigned ms) { Sleep(ms); }
+uint32_t plat_tick_count() { return GetTickCount(); }
+
+void plat_local_time(LocalTime* t) {
+    SYSTEMTIME st;
+    GetLocalTime(&st);
+    t->year = st.wYear; t->month = st.wMonth; t->day = st.wDay; t->weekday = st.wDayOfWeek;
+    t->hour = st.wHour; t->minute = st.wMinute; t->second = st.wSecond; t->millis = st.wMilliseconds;
+}
+
+// --- the message pump and the user break ---
+
+void plat_break_test(Context* ctx) {
+    if ((GetKeyState(VK_CONTROL) & 0x8000) && (GetKeyState(VK_CANCEL) & 0x8000)) ctx->break_flag = 1;
+    if (ctx->idle_calls && ctx->host_proc) {
+        // The idle call answers into a scratch value; it must not disturb the
+        // error number of the statement in progress.
+        uint16_t saved = ctx->error;
+        Value scratch = value_int(0);
+        command_call(ctx, CMD_IDLE, &scratch);
+        value_free(ctx, &scratch);
+        ctx->error = saved;
+    }
+}
+
+void plat_pump_messages(Context* ctx) {
+    Sleep(20);
+    MSG msg;
+    while (!ctx->break_flag && PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE)) {
+        if (msg.message == WM_QUIT) {
+            // Not ours to take: put it back for the host's own loop and stop.
+            PostQuitMessage((int)msg.wParam);
+            break;
+        }
+        plat_break_test(ctx);
+        TranslateMessage(&msg);
+        DispatchMessageA(&msg);
+    }
+}
+
+void plat_set_cursor(Context* ctx, bool wait) {
+    ctx->current_cursor = wait ? ctx->wait_cursor : ctx->arrow_cursor;
+    if (ctx->current_cursor) SetCursor((HCURSOR)ctx->current_cursor);
+}
+
+// --- profiles and files ---
+
+unsigned plat_profile_string(const char* file, const char* section, const char* key, const char* def,
+                             char* buf, unsigned size) {
+    if (!size) return 0;
+    if (!file) return GetProfileStringA(section, key, def, buf, size);
+    return GetPrivateProfileStringA(section, key, def, buf, size, file);
+}
+
+unsigned plat_load_message(unsigned number, char* buf, unsigned size) {
+    if (!size) return 0;
+    char text[2048];
+    int n = LoadStringA(g_module, number, text, sizeof text);
+    if (n <= 0) text[0] = 0;
+    bounded_copy(nullptr, buf, text, size);
+    return (unsigned)lstrlenA(buf);
+}
+
+bool plat_module_dir(char* buf, unsigned size) {
+    char path[MAX_PATH];
+    DWORD n = GetModuleFileNameA(g_module, path, sizeof path);
+    if (n == 0 || n >= sizeof path) return false;
+    char* cut = path;
+    for (char* p = path; *p; p = CharNextA(p))
+        if (*p == '\\') cut = p + 1;
+    *cut = 0;
+    if ((unsigned)lstrlenA(path) >= size) return false;
+    bounded_copy(nullptr, buf, path, size);
+    return true;
+}
+
+static bool is_file(const char* path) {
+    DWORD a = GetFileAttributesA(path);
+    return a != INVALID_FILE_ATTRIBUTES && !(a & FILE_ATTRIBUTE_DIRECTORY);
+}
+
+static bool full_name(const char* path, char* full, unsigned size) {
+    char buf[MAX_PATH];
+    DWORD n = GetFullPathNameA(path, sizeof buf, buf, NULL);
+    if (n == 0 || n >= sizeof buf || n >= size) return false;
+    bounded_copy(nullptr, full, buf, size);
+    return true;
+}
+
+// The run-time library's environment search: the name as given (relative
+// to the current directory), then each directory of PATH in order.
+bool plat_search_file(const char* name, char* full, unsigned size) {
+    if (!name || !*name || !size) return false;
+    if (is_file(name)) return full_name(name, full, size);
+    char path[8192];
+    DWORD n = GetEnvironmentVariableA("PATH", path, sizeof path);
+    if (n == 0 || n >= sizeof path) return false;
+    char candidate[MAX_PATH];
+    for (char* dir = path; *dir;) {
+        char* end = dir;
+        while (*end && *end != ';') ++end;
+        char saved = *end;
+        *end = 0;
+        if (*dir && lstrlenA(dir) + lstrlenA(name) + 2 < (int)sizeof candidate) {
+            candidate[0] = 0;
+            bounded_append(nullptr, candidate, dir, sizeof candidate);
+            size_t len = (size_t)lstrlenA(candidate);
+            if (candidate[len - 1] != '\\' && candidate[len - 1] != '/')
+                bounded_append(nullptr, candidate, "\\", sizeof candidate);
+            bounded_append(nullptr, candidate, name, sizeof candidate);
+            if (is_file(candidate)) return full_name(candidate, full, size);
+        }
+        if (!saved) break;
+        dir = end + 1;
+    }
+    return false;
+}
+
+const uint32_t SCRIPT_FILE_LIMIT = 65521;  // positions in a script are 16-bit offsets
+
+unsigned plat_load_script_file(const char* path, char** text, uint32_t* size) {
+    *text = nullptr;
+    *size = 0;
+    HANDLE h = CreateFileA(path, GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, NULL, OPEN_EXISTING,
+                           FILE_ATTRIBUTE_NORMAL, NULL);
+    if (h == INVALID_HANDLE_VALUE) return 102;
+    DWORD high = 0;
+    DWORD length = GetFileSize(h, &high);
+    if (high || length >= SCRIPT_FILE_LIMIT) { CloseHandle(h); return 205; }
+    char* buf = (char*)HeapAlloc(GetProcessHeap(), 0, length + 1);
+    if (!buf) { CloseHandle(h); return 203; }
+    DWORD got = 0;
+    BOOL ok = ReadFile(h, buf, length, &got, NULL);
+    CloseHandle(h);
+    if (!ok || got != length) { HeapFree(GetProcessHeap(), 0, buf); return 206; }
+    buf[length] = 0;
+    *text = buf;
+    *size = length;
+    return 0;
+}
+
+void plat_free_script_file(char* text) {
+    if (text) HeapFree(GetProcessHeap(), 0, text);
+}
+
+} // namespace tsl
