@@ -3,12 +3,13 @@
 //   function/@constant, 2 variable name, 3 number, 4 string literal or word.
 #include "lexer.h"
 #include <cstring>
+#include "chars.h"
 #include "vars.h"
 
 namespace tsl {
 
 static inline bool blank(char c) { return c == ' ' || c == '\t'; }
-static inline bool word_char(unsigned char c) { return plat_is_alnum(c) || c == '@'; }
+static inline bool word_char(unsigned char c) { return ch_word(c); }
 
 static void copy_token(Context* ctx, const char* from, unsigned len) {
     if (len >= TOKEN_BUF) len = TOKEN_BUF - 1;
@@ -53,21 +54,22 @@ static void read_name(Context* ctx) {
 }
 
 void get_token(Context* ctx) {
+    if (!g_chars_ready) chars_init();
     ctx->tok_kind = T_END;
     const char* s = ctx->cursor;
     while (blank(*s)) ++s;
     ctx->cursor = s;
     if (!*s || *s == ';') return;
     unsigned char c = (unsigned char)*s;
-    if (plat_is_digit(c)) {
+    if (ch_digit(c)) {
         const char* e = s;
-        while (plat_is_digit((unsigned char)*e)) ++e;
+        while (ch_digit((unsigned char)*e)) ++e;
         copy_token(ctx, s, (unsigned)(e - s));
         ctx->cursor = e;
         ctx->tok_kind = T_NUMBER;
         return;
     }
-    if (!plat_is_alpha(c) && c != '@') {
+    if (!ch_alpha(c) && c != '@') {
         if (keyword_lookup(ctx, false)) {
             unsigned len = g_keywords[ctx->tok_id].name_len;
             copy_token(ctx, s, len);
@@ -85,7 +87,7 @@ void get_token(Context* ctx) {
     if (ctx->tok_id == K_DOTTED) {
         // The whole dotted reference: letters and digits, ".", "@" first only.
         const char* e = s;
-        while (plat_is_alnum(plat_lower_char((unsigned char)*e)) || *e == '.' || (*e == '@' && e == s)) ++e;
+        while (ch_alnum(ch_lower((unsigned char)*e)) || *e == '.' || (*e == '@' && e == s)) ++e;
         copy_token(ctx, s, (unsigned)(e - s));
         ctx->cursor = e;
         return;
@@ -109,6 +111,7 @@ void unget_token(Context* ctx) {
 }
 
 void read_word(Context* ctx) {
+    if (!g_chars_ready) chars_init();
     ctx->tok_kind = T_END;
     const char* s = ctx->cursor;
     while (blank(*s)) ++s;

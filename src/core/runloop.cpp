@@ -14,19 +14,19 @@ namespace tsl {
 // starts the next line.
 int read_line(const char* script, uint32_t length, uint16_t* pos, uint16_t* line_start, char* line) {
     uint32_t p = *pos;
+    if (p >= length) return 0;
     unsigned n = 0;
-    bool any = false;
+    // Leading blanks and line feeds.
+    while (p < length && (script[p] == ' ' || script[p] == '\t' || script[p] == '\n')) ++p;
+    if (p < length && script[p] != '\r' && script[p] != 26) *line_start = (uint16_t)p;
     while (p < length && n < LINE_MAX) {
         char c = script[p++];
-        any = true;
+        if ((unsigned char)c > 26) { line[n++] = c; continue; }
         if (c == '\n') continue;
         if (c == '\r' || c == 26) break;
-        if (n == 0 && (c == ' ' || c == '\t')) continue;
-        if (n == 0) *line_start = (uint16_t)(p - 1);
         line[n++] = c;
     }
     *pos = (uint16_t)p;
-    if (!any) return 0;
     line[n] = 0;
     return 1;
 }
