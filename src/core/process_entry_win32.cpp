@@ -35,8 +35,8 @@ extern "C" long WINAPI ProcessDaBatBuffer(HWND owner, HGLOBAL context, HGLOBAL s
     // place and GoTo writes its cached jumps into it.
     run_script(ctx, text);
 
-    ctx->host_proc = nullptr;
-    ctx->host_table = nullptr;
+    // The host procedure stays known: DoDaDllInit mode 99 sends it the
+    // shutdown command.
     ctx->heap = nullptr;
     ctx->vars = nullptr;
     GlobalUnlock(ctx->heap_block);

@@ -1,0 +1,223 @@
+// ProcessDaBatBuffer, DLLServices and the exported helpers, driven as a host.
+#include <gtest/gtest.h>
+#include <vector>
+#include "host_harness.h"
+
+static Dll g_dll;
+
+class Run : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(g_dll.load()) << "TSLPR32I.dll or its entries missing"; }
+};
+
+TEST_F(Run, EmptyScriptRunsToItsEnd) {
+    HostContext host(&g_dll);
+    EXPECT_EQ(1, host.run(""));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ(1, host.service(TSL_SERVICE_RUN_RESULT));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_BREAK));
+}
+
+TEST_F(Run, BlocksThatCannotBeLockedGiveZero) {
+    HostContext host(&g_dll);
+    HGLOBAL script = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 4);
+    EXPECT_EQ(0, g_dll.run(NULL, NULL, script, nullptr, nullptr));
+    EXPECT_EQ(0, g_dll.run(NULL, host.ctx, NULL, nullptr, nullptr));
+    GlobalFree(script);
+    // A context that never got its variable table and heap.
+    HGLOBAL bare = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, TSL_CONTEXT_SIZE);
+    ASSERT_EQ(44, g_dll.init(GetModuleHandleA(NULL), bare, 0, TSL_INIT_CONTEXT, 0, "bare", "1"));
+    script = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 4);
+    EXPECT_EQ(0, g_dll.run(NULL, bare, script, nullptr, nullptr));
+    GlobalFree(script);
+    GlobalFree(bare);
+}
+
+TEST_F(Run, RunResultsTellHowTheRunEnded) {
+    struct { const char* script; long error; long result; } rows[] = {
+        {"a = 1\r\n", 0, 1},            // row 0: ran out of lines
+        {"exit\r\na = 2\r\n", 0, 0},    // row 1: Exit
+        {"return\r\n", 0, -1},          // row 2: Return
+        {"a = 1 +\r\n", 3061, 0},       // row 3: an error stops the run (console: no box)
+    };
+    HostContext host(&g_dll);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
+    StderrCapture err;
+    for (unsigned i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
+        EXPECT_EQ(1, host.run(rows[i].script)) << "row " << i;
+        EXPECT_EQ(rows[i].error, host.service(TSL_SERVICE_RUN_ERROR)) << "row " << i;
+        EXPECT_EQ(rows[i].result, host.service(TSL_SERVICE_RUN_RESULT)) << "row " << i;
+    }
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 0, 0, 0);
+    EXPECT_NE(std::string::npos, err.text().find("error 3061")) << err.text();
+}
+
+TEST_F(Run, VariableServicesWorkBetweenRuns) {
+    HostContext host(&g_dll);
+    EXPECT_EQ(1, host.service(TSL_SERVICE_SET_VAR, (LPARAM) "Greeting", (LPARAM) "hello there"));
+    EXPECT_EQ(1, host.run("answer = StrLen(greeting) + 1\r\n"));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("12", host.get("ANSWER"));
+    EXPECT_EQ("<undefined>", host.get("nosuchname"));
+    // The buffer size bounds the copy.
+    char small[6] = "#####";
+    EXPECT_EQ(1, host.service(TSL_SERVICE_GET_VAR, (LPARAM) "greeting", (LPARAM)small, 4));
+    EXPECT_STREQ("hel", small);
+    EXPECT_EQ('#', small[4]);
+    EXPECT_EQ(0, host.service(TSL_SERVICE_GET_VAR, 0, (LPARAM)small, 4));
+    EXPECT_EQ(0, host.service(999));
+    // Outside a run the blocks are unlocked again.
+    tsl::Context* c = host.lock();
+    EXPECT_EQ(nullptr, c->vars);
+    EXPECT_EQ(nullptr, c->heap);
+    host.unlock();
+    EXPECT_EQ(0, GlobalFlags(host.vars) & GMEM_LOCKCOUNT);
+    EXPECT_EQ(0, GlobalFlags(host.heap) & GMEM_LOCKCOUNT);
+    EXPECT_EQ(0, GlobalFlags(host.ctx) & GMEM_LOCKCOUNT);
+}
+
+TEST_F(Run, IdentificationScriptNameAndSwitchesAreStored) {
+    HostContext host(&g_dll);
+    EXPECT_EQ(1, host.service(TSL_SERVICE_IDENT, (LPARAM) "Test host 2.0"));
+    EXPECT_EQ(1, host.service(TSL_SERVICE_SCRIPT_NAME, (LPARAM) "top.tsl"));
+    EXPECT_EQ(1, host.service(TSL_SERVICE_IDLE_CALLS, 1));
+    std::string long_ident(400, 'x');
+    tsl::Context* c = host.lock();
+    EXPECT_STREQ("Test host 2.0", c->ident);
+    EXPECT_STREQ("top.tsl", c->top_script_name);
+    EXPECT_EQ(1, c->idle_calls);
+    host.unlock();
+    EXPECT_EQ(1, host.service(TSL_SERVICE_IDENT, (LPARAM)long_ident.c_str()));
+    EXPECT_EQ(1, host.service(TSL_SERVICE_IDLE_CALLS, 0));
+    EXPECT_EQ(1, host.service(TSL_SERVICE_BREAK_REPORT, 0));
+    c = host.lock();
+    EXPECT_EQ(256u, strlen(c->ident)) << "the identification line is cut to its buffer";
+    EXPECT_EQ(0, c->idle_calls);
+    EXPECT_EQ(0, c->break_report);
+    host.unlock();
+    EXPECT_EQ(0, g_dll.services(NULL, TSL_SERVICE_IDENT, (LPARAM) "x", 0, 0)) << "no context";
+}
+
+// --- host commands ---
+
+static int g_idle_calls;
+static std::vector<std::string> g_texts;
+static long WINAPI host_proc(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record, LPCSTR t1,
+                             LPCSTR t2, LPCSTR, LPCSTR, LPCSTR) {
+    if (command == TSL_COMMAND_IDLE) { ++g_idle_calls; return 0; }
+    if (command == 0) {  // join(a, b)
+        std::string s = std::string(t1) + "+" + t2;
+        g_texts.push_back(s);
+        return answer(0, 0, record, 1, 0, s.c_str());
+    }
+    if (command == 1) return answer(0, 0, record, 0, 4242, NULL);  // number()
+    return 0;
+}
+static const TslKeywordRecord kTable[] = {
+    {0, TSL_KIND_FUNCTION, 2, 3, 4, "join"},
+    {1, TSL_KIND_FUNCTION, 0, 0, 6, "number"},
+    {0, 0, 0, 0, 0, ""},
+};
+
+TEST_F(Run, HostCommandsAnswerThroughViperAnswer) {
+    HostContext host(&g_dll);
+    g_texts.clear();
+    g_idle_calls = 0;
+    EXPECT_EQ(1, host.run("x = Join(\"a\", 12)\r\nn = number() + 1\r\n", host_proc, kTable));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("a+12", host.get("x"));
+    EXPECT_EQ("4243", host.get("n"));
+    EXPECT_EQ(std::vector<std::string>{"a+12"}, g_texts);
+    EXPECT_EQ(0, g_idle_calls);
+}
+
+TEST_F(Run, IdleCallsComeFromEveryBreakTestWhenAskedFor) {
+    HostContext host(&g_dll);
+    g_idle_calls = 0;
+    host.service(TSL_SERVICE_IDLE_CALLS, 1);
+    EXPECT_EQ(1, host.run("a = 1\r\nb = 2\r\nc = 3\r\n", host_proc, kTable));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_GE(g_idle_calls, 3) << "one idle call at least before every line";
+    EXPECT_EQ("3", host.get("c"));
+}
+
+TEST_F(Run, ExportedViperAnswerStoresAnswersInTheRecord) {
+    auto answer = (TslAnswerProc)(void*)GetProcAddress(g_dll.module, "ViperAnswer");
+    ASSERT_NE(nullptr, answer);
+    EXPECT_EQ(5, answer(5, 0, nullptr, 0, 1, NULL)) << "no record: the code comes back";
+    EXPECT_EQ(-2, answer(-2, 0, nullptr, 1, 0, "x"));
+}
+
+// --- the user break ---
+
+TEST_F(Run, CtrlBreakStopsTheRunAndIsReported) {
+    HostContext host(&g_dll);
+    BYTE keys[256], saved[256];
+    GetKeyboardState(saved);
+    memcpy(keys, saved, sizeof keys);
+    keys[VK_CONTROL] = 0x80;
+    keys[VK_CANCEL] = 0x80;
+    SetKeyboardState(keys);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
+    std::string out;
+    {
+        StderrCapture err;
+        EXPECT_EQ(1, host.run("a = 1\r\nb = 2\r\n"));
+        out = err.text();
+    }
+    SetKeyboardState(saved);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 0, 0, 0);
+    EXPECT_EQ(1, host.service(TSL_SERVICE_RUN_BREAK));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_RESULT));
+    EXPECT_EQ("<undefined>", host.get("a")) << "the break is tested before the first line";
+    EXPECT_NE(std::string::npos, out.find("Execution terminated by user request or error")) << out;
+    // Without the keys the next run goes through.
+    EXPECT_EQ(1, host.run("a = 1\r\n"));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_BREAK));
+    EXPECT_EQ("1", host.get("a"));
+}
+
+// --- windows of the run ---
+
+TEST_F(Run, OwnerAndMainWindowAreStored) {
+    HostContext host(&g_dll);
+    HWND parent = CreateWindowA("STATIC", "parent", WS_OVERLAPPED, 0, 0, 50, 50, NULL, NULL, NULL, NULL);
+    HWND child = CreateWindowA("STATIC", "child", WS_CHILD, 0, 0, 10, 10, parent, NULL, NULL, NULL);
+    ASSERT_NE(nullptr, child);
+    EXPECT_EQ(1, host.run("a = 1\r\n", nullptr, nullptr, child));
+    EXPECT_EQ(1, host.run("a = 2\r\n", nullptr, nullptr, parent));
+    tsl::Context* c = host.lock();
+    EXPECT_EQ(parent, c->owner);
+    EXPECT_EQ(nullptr, c->owner_parent);
+    EXPECT_EQ(child, c->main_window) << "the main window is set by the first run only";
+    EXPECT_EQ(c->arrow_cursor, c->current_cursor) << "the arrow cursor after the run";
+    host.unlock();
+    DestroyWindow(parent);
+}
+
+// --- the heap helpers for extenders ---
+
+TEST_F(Run, VMallocAndVFreeWorkOnTheHostsHeap) {
+    typedef unsigned short(WINAPI * Alloc)(void*, unsigned long);
+    typedef void(WINAPI * Free)(void*, unsigned short);
+    auto vmalloc = (Alloc)(void*)GetProcAddress(g_dll.module, "VMalloc");
+    auto vfree = (Free)(void*)GetProcAddress(g_dll.module, "VFree");
+    ASSERT_TRUE(vmalloc && vfree);
+    HostContext host(&g_dll, "tslhostvm", "vm", 100, 4096);
+    uint8_t* heap = (uint8_t*)GlobalLock(host.heap);
+    unsigned short a = vmalloc(heap, 17);
+    unsigned short b = vmalloc(heap, 0);
+    EXPECT_NE(0, a);
+    EXPECT_NE(0, b);
+    EXPECT_NE(a, b);
+    EXPECT_EQ(0, vmalloc(heap, 5000)) << "larger than the whole heap";
+    vfree(heap, a);
+    vfree(heap, b);
+    unsigned short c = vmalloc(heap, 1500), d = vmalloc(heap, 1500);
+    EXPECT_TRUE(c && d);
+    EXPECT_EQ(0, vmalloc(heap, 1500)) << "a third 1500-byte block cannot fit in 4096 bytes";
+    vfree(heap, c);
+    vfree(heap, d);
+    EXPECT_NE(0, vmalloc(heap, 3000)) << "freed neighbours were not merged";
+    GlobalUnlock(host.heap);
+}
