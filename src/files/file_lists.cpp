@@ -98,7 +98,7 @@ bool full_name(const char* name, char* out, unsigned cap) {
     char drive[3] = {0, ':', 0};
     drive[0] = np.drive[0] ? (char)(np.drive[0] & ~0x20) : current_drive();
     if (!drive[0] || drive[0] < 'A' || drive[0] > 'Z') return false;
-    char dir[MAX_PATH + 1];
+    char dir[FULL_NAME_MAX];
     if (np.dir[0]) strcpy(dir, np.dir);
     else {
         char cur[MAX_PATH + 1];
@@ -168,7 +168,7 @@ const char* list_next_name(Context* ctx, const char* p, char* name) {
 
 int file_list_each(Context* ctx, const char* list, unsigned flags, FileAction action, void* user) {
     char name[LIST_NAME_MAX];
-    char full[MAX_PATH];
+    char full[FULL_NAME_MAX];
     const char* p = list;
     while ((p = list_next_name(ctx, p, name)) != nullptr) {
         bool wild = strpbrk(name, "*?") != nullptr;

@@ -7,6 +7,7 @@ namespace tsl {
 
 const unsigned LIST_NAME_MAX = 280;   // a listed name must be shorter than this
 const unsigned PART_MAX = 255;        // bytes of each part cut by the splitter
+const unsigned FULL_NAME_MAX = 600;   // room for a full name; the system decides what it accepts
 
 // Name parts as the splitter cuts a path (bytes, each part at most 255).
 struct NameParts {

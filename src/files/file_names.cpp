@@ -79,14 +79,14 @@ void fn_file_root(Context* ctx, Value* result, Value* args) {
 
 // FileFullName(name) -> drive, directory, root and extension
 void fn_file_full_name(Context* ctx, Value* result, Value* args) {
-    char full[MAX_PATH];
+    char full[FULL_NAME_MAX];
     if (!full_name(value_text(ctx, args[1]), full, sizeof full)) { fail(ctx, 1323); return; }
     value_set_text(ctx, result, full);
 }
 
 // FileMapName(name, mask) -> the name mapped through the mask
 void fn_file_map_name(Context* ctx, Value* result, Value* args) {
-    char mapped[MAX_PATH];
+    char mapped[FULL_NAME_MAX];
     if (!map_name(value_text(ctx, args[1]), value_text(ctx, args[2]), mapped, sizeof mapped)) {
         fail(ctx, 1324);
         return;
@@ -225,7 +225,7 @@ void fn_file_name_eval1(Context* ctx, Value* result, Value* args) {
 struct Eval2 { const char* mask; ReplaceCall replace; };
 int eval2_file(Context* ctx, const char* full, const char*, void* user) {
     Eval2* e = (Eval2*)user;
-    char mapped[MAX_PATH];
+    char mapped[FULL_NAME_MAX];
     if (!map_name(full, e->mask, mapped, sizeof mapped)) return 0;
     bool replace = replace_decide(ctx, &e->replace, full, mapped);
     if (ctx->error) return 0;

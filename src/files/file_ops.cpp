@@ -50,7 +50,7 @@ int append_file(Context* ctx, const char* source, const char* target) {
 // Per-file action of copy, move, append and rename.
 int op_file(Context* ctx, const char* source, const char*, void* user) {
     OpCall* call = (OpCall*)user;
-    char target[MAX_PATH];
+    char target[FULL_NAME_MAX];
     if (!map_name(source, call->mask, target, sizeof target)) return 0;   // result 0, no number
     switch (call->kind) {
     case OP_COPY:
