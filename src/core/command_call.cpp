@@ -8,6 +8,7 @@
 namespace tsl {
 
 CommandProc g_extender_proc = nullptr;
+int32_t g_extender_init_value = 0;
 
 static int32_t TSL_CALL answer_entry(int32_t code, int32_t reserved, void* record, int32_t kind,
                                      int32_t integer, const char* text) {

@@ -21,6 +21,8 @@ int32_t viper_answer(int32_t code, int32_t reserved, void* answer_record, int32_
 
 // The command extender's entry for its commands, when one is loaded (ids 272..).
 extern CommandProc g_extender_proc;
+// What the extender's initialisation returned (IntControl 10, request 1).
+extern int32_t g_extender_init_value;
 
 // Index of the host command with that name in ctx->host_table, or -1.
 int host_command_index(const Context* ctx, const char* name);

@@ -120,8 +120,19 @@ void plat_local_time(LocalTime* t) {
 
 // --- the message pump and the user break ---
 
+// The keys are read at most once every 10 ms: each GetKeyState is a round
+// trip to the window server, and a user's Ctrl+Break is held far longer.
+// Without the message pump (Exclusive) the thread's key state does not
+// change between lines anyway.
 void plat_break_test(Context* ctx) {
-    if ((GetKeyState(VK_CONTROL) & 0x8000) && (GetKeyState(VK_CANCEL) & 0x8000)) ctx->break_flag = 1;
+    static DWORD last_check;
+    static bool checked;
+    DWORD now = GetTickCount();
+    if (!checked || now - last_check >= 10) {
+        checked = true;
+        last_check = now;
+        if ((GetKeyState(VK_CONTROL) & 0x8000) && (GetKeyState(VK_CANCEL) & 0x8000)) ctx->break_flag = 1;
+    }
     if (ctx->idle_calls && ctx->host_proc) {
         // The idle call answers into a scratch value; it must not disturb the
         // error number of the statement in progress.
