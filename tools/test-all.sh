@@ -1,0 +1,87 @@
+#!/bin/bash
+# Everything, from a fresh Debian 12 machine: installs the dependencies,
+# builds native, win64, win32 (and the fuzzer), runs the native unit and
+# script tests, the Windows tests and script tests under Wine, and a short
+# fuzz run. The last line is "N passed, N failed"; the exit status is
+# non-zero when anything failed. A build that fails counts as one failure.
+set -u
+cd "$(dirname "$0")/.."
+root=$(pwd)
+started=$(date +%s)
+passed=0
+failed=0
+notes=()
+log_dir="$root/build/test-all"
+
+step() { echo; echo "==== $* ($(( $(date +%s) - started )) s)"; }
+
+# Runs ctest for a preset and adds its counts.
+run_ctest() {
+    local preset=$1 log="$log_dir/ctest-$1.log"
+    ctest --preset "$preset" </dev/null >"$log" 2>&1
+    local rc=$?
+    grep -E '^ *[0-9]+/[0-9]+ Test|tests passed|tests failed' "$log" | grep -v ' Passed ' || true
+    local total fails
+    total=$(sed -n 's/.*tests failed out of \([0-9]*\).*/\1/p' "$log" | tail -n1)
+    fails=$(sed -n 's/.* \([0-9]*\) tests failed out of.*/\1/p' "$log" | tail -n1)
+    if [ -z "$total" ]; then
+        # No summary at all: no tests, or ctest itself failed.
+        if [ $rc -ne 0 ]; then failed=$((failed + 1)); notes+=("ctest $preset did not run (see $log)"); fi
+        return
+    fi
+    passed=$((passed + total - fails))
+    failed=$((failed + fails))
+    [ "$fails" = 0 ] || notes+=("$fails failed in ctest $preset (see $log)")
+}
+
+build() {
+    local preset=$1 log="$log_dir/build-$1.log"
+    if cmake --preset "$preset" </dev/null >"$log" 2>&1 && cmake --build --preset "$preset" </dev/null >>"$log" 2>&1; then
+        echo "built $preset"
+        return 0
+    fi
+    tail -n 30 "$log"
+    failed=$((failed + 1))
+    notes+=("build $preset failed (see $log)")
+    return 1
+}
+
+step "dependencies"
+if ! bash tools/install-deps.sh; then echo "installing the dependencies failed"; echo "0 passed, 1 failed"; exit 1; fi
+mkdir -p "$log_dir"
+
+step "native build and tests"
+if build native; then run_ctest native; fi
+
+step "win64 build and tests under Wine"
+if build win64; then run_ctest win64; fi
+
+step "win32 build"
+if build win32; then passed=$((passed + 1)); fi
+
+step "fuzzing"
+if [ -f tests/fuzz/fuzz_statements.cpp ]; then
+    if build fuzz; then
+        if [ -d tests/fuzz/corpus ]; then
+            # New inputs go to a scratch directory, the checked-in corpus is only read.
+            mkdir -p build/fuzz/corpus-run build/fuzz/artifacts
+            if (cd build/fuzz && ./fuzz_statements -max_total_time=60 -artifact_prefix=artifacts/ \
+                    corpus-run "$root/tests/fuzz/corpus" </dev/null >"$log_dir/fuzz.log" 2>&1); then
+                passed=$((passed + 1)); echo "fuzz run: no findings in 60 s"
+            else
+                failed=$((failed + 1)); notes+=("the fuzz run found a failure (see $log_dir/fuzz.log)")
+                tail -n 40 "$log_dir/fuzz.log"
+            fi
+        else
+            echo "no tests/fuzz/corpus: fuzz target built, not run"
+        fi
+    fi
+else
+    echo "no fuzz target yet"
+fi
+
+step "summary"
+for n in "${notes[@]+"${notes[@]}"}"; do echo "  $n"; done
+echo "finished in $(( $(date +%s) - started )) s"
+echo "$passed passed, $failed failed"
+[ "$failed" -eq 0 ]
