@@ -61,10 +61,18 @@ ReadAhead* ahead_find(HANDLE h) {
     return found;
 }
 
+// Whether a pipe has nothing to read now (so that a read would wait).
+bool pipe_empty(HANDLE h) {
+    DWORD avail = 0;
+    return PeekNamedPipe(h, nullptr, 0, nullptr, &avail, nullptr) && avail == 0;
+}
+
 // The next byte of the handle: 1 with *c set, 0 when none is available.
-// A failing system read counts as no byte (the end of a file).
-int next_byte(HANDLE h, ReadAhead* ra, char* c) {
+// A failing system read counts as no byte (the end of a file); a pipe with
+// no data now gives no byte instead of waiting for one.
+int next_byte(HANDLE h, ReadAhead* ra, bool pipe, char* c) {
     DWORD got = 0;
+    if (pipe && (!ra || ra->pos == ra->len) && pipe_empty(h)) return 0;
     if (!ra) return ReadFile(h, c, 1, &got, nullptr) && got == 1;
     if (ra->pos == ra->len) {
         ra->pos = ra->len = 0;
@@ -136,7 +144,7 @@ void fn_file_read(Context* ctx, Value* result, Value* args) {
     char c;
     while (n < FILE_LINE_MAX) {
         // Ctrl+Z ends the data; in a pipe it ends only what is there now.
-        if (!next_byte(h, ra, &c) || c == 26) break;
+        if (!next_byte(h, ra, pipe, &c) || c == 26) break;
         if (c == 13) { ended = true; break; }
         if (c == 10) continue;    // LF never ends a line
         line[n++] = c;
