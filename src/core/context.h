@@ -83,6 +83,10 @@ struct Context {
     uint16_t tok_kind;
     int16_t tok_id;
     char tok_text[TOKEN_BUF];
+    uint16_t tok_slot;              // variable slot of a name token (found or registered)
+    const KeywordRecord* host_first_for;  // the host table host_first describes
+    uint8_t host_first[32];         // bit set: some host command starts with that character
+    uint8_t host_word_only;         // every host command name is made of word characters
     char scratch[40];               // integer-to-text and name reading
 
     // --- variables ---

@@ -19,7 +19,6 @@
 
 namespace tsl {
 
-static void logical(Context* ctx, Value* v);
 static void prefix(Context* ctx, Value* v);
 
 static inline bool is_op(const Context* ctx, int id) { return ctx->tok_kind == T_KEYWORD && ctx->tok_id == id; }
@@ -89,44 +88,48 @@ static void apply_compare(Context* ctx, int op, Value* left, Value* right) {
     set_int_result(ctx, left, r);
 }
 
-typedef void (*LevelFn)(Context*, Value*);
+// Binary operator levels, lowest first; 0 = not a binary operator.
+enum Level : uint8_t { L_NONE = 0, L_LOGICAL = 1, L_BITWISE, L_COMPARE, L_SHIFT, L_ADDITIVE, L_TERM };
 
-// The shape shared by the binary levels: operand { op operand }.
-static inline void binary_level(Context* ctx, Value* v, LevelFn next, const int16_t* ops, bool compare) {
-    next(ctx, v);
+static uint8_t level_of(int id) {
+    switch (id) {
+    case K_AND: case K_OR: return L_LOGICAL;
+    case K_XOR: case K_BITAND: case K_BITOR: return L_BITWISE;
+    case K_EQ: case K_NE: case K_LTGT: case K_LT: case K_LE: case K_GT: case K_GE: return L_COMPARE;
+    case K_SHL: case K_SHR: return L_SHIFT;
+    case K_PLUS: case K_MINUS: return L_ADDITIVE;
+    case K_MUL: case K_DIV: case K_MOD: return L_TERM;
+    default: return L_NONE;
+    }
+}
+
+// The six binary levels as one loop (precedence climbing): an operand, then
+// operators of at least min_level, each right operand parsed one level
+// tighter, so every level associates to the left. "=" where a comparison
+// could stand is error 3069.
+static void binary(Context* ctx, Value* v, uint8_t min_level) {
+    prefix(ctx, v);
     while (!ctx->error && ctx->tok_kind == T_KEYWORD) {
         int op = ctx->tok_id;
-        bool found = false;
-        for (const int16_t* o = ops; *o >= 0; ++o) found |= (*o == op);
-        if (!found) {
-            if (compare && op == K_ASSIGN) fail(ctx, 3069);
+        uint8_t level = level_of(op);
+        if (level == L_NONE) {
+            if (op == K_ASSIGN && min_level <= L_COMPARE) fail(ctx, 3069);
             return;
         }
+        if (level < min_level) return;
         get_token(ctx);
         if (ctx->error) return;
         Value right{0, 0, NO_VARIABLE, 0};
-        next(ctx, &right);
+        binary(ctx, &right, (uint8_t)(level + 1));
         if (!ctx->error) {
-            if (compare) apply_compare(ctx, op, v, &right);
+            if (level == L_COMPARE) apply_compare(ctx, op, v, &right);
             else apply_binary(ctx, op, v, &right);
         }
         free_text(ctx, &right);
     }
 }
 
-static const int16_t kTermOps[] = {K_MUL, K_DIV, K_MOD, -1};
-static const int16_t kAddOps[] = {K_PLUS, K_MINUS, -1};
-static const int16_t kShiftOps[] = {K_SHL, K_SHR, -1};
-static const int16_t kCompareOps[] = {K_EQ, K_NE, K_LTGT, K_LT, K_LE, K_GT, K_GE, -1};
-static const int16_t kBitOps[] = {K_XOR, K_BITAND, K_BITOR, -1};
-static const int16_t kLogicalOps[] = {K_AND, K_OR, -1};
-
-static void term(Context* ctx, Value* v) { binary_level(ctx, v, prefix, kTermOps, false); }
-static void additive(Context* ctx, Value* v) { binary_level(ctx, v, term, kAddOps, false); }
-static void shift(Context* ctx, Value* v) { binary_level(ctx, v, additive, kShiftOps, false); }
-static void compare(Context* ctx, Value* v) { binary_level(ctx, v, shift, kCompareOps, true); }
-static void bitwise(Context* ctx, Value* v) { binary_level(ctx, v, compare, kBitOps, false); }
-static void logical(Context* ctx, Value* v) { binary_level(ctx, v, bitwise, kLogicalOps, false); }
+static void logical(Context* ctx, Value* v) { binary(ctx, v, L_LOGICAL); }
 
 // primary -> "(" expression ")" | @constant | name | number | string
 static void primary(Context* ctx, Value* v) {
@@ -146,7 +149,8 @@ static void primary(Context* ctx, Value* v) {
         break;
     }
     case T_NAME: {
-        uint16_t slot = find_var(ctx, ctx->tok_text);
+        uint16_t slot = ctx->tok_slot;
+        if (slot == NO_VARIABLE || !(ctx->vars[slot].value.flags & 3)) slot = find_var(ctx, ctx->tok_text);
         if (ctx->error) return;
         const Value& s = ctx->vars[slot].value;
         *v = Value{s.integer, 0, slot, s.flags};
@@ -280,7 +284,8 @@ static void assign(Context* ctx, uint16_t slot, Value* v) {
 void eval_expression(Context* ctx, Value* v) {
     if (ctx->tok_kind == T_NAME || (ctx->tok_kind == T_KEYWORD && ctx->tok_id == K_DOTTED)) {
         bool dotted = ctx->tok_kind == T_KEYWORD;
-        uint16_t slot = dotted ? NO_VARIABLE : var_find_slot(ctx, ctx->tok_text);
+        uint16_t slot = dotted ? NO_VARIABLE : ctx->tok_slot;
+        if (!dotted && slot == NO_VARIABLE) slot = var_find_slot(ctx, ctx->tok_text);
         // Keep the name token: the look-ahead overwrites the token fields.
         const char* name_cursor = ctx->cursor;
         uint16_t kind = ctx->tok_kind;
@@ -304,6 +309,7 @@ void eval_expression(Context* ctx, Value* v) {
         ctx->cursor = name_cursor;
         ctx->tok_kind = kind;
         ctx->tok_id = id;
+        ctx->tok_slot = slot;
         memcpy(ctx->tok_text, name, name_len + 1);
     }
     logical(ctx, v);

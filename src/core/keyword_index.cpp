@@ -7,6 +7,7 @@
 namespace tsl {
 
 static uint16_t g_index[129];
+static bool g_short_range[128];   // every record of that first character has at most 2 characters
 static bool g_index_built = false;
 
 // Built once per process. The table checks itself on the way: a record out
@@ -25,6 +26,11 @@ void keyword_index_build() {
     for (unsigned c = 0; c <= 128; ++c) {
         while (r < KEYWORD_BUILTIN_COUNT && (unsigned char)g_keywords[r].name[0] < c) ++r;
         g_index[c] = (uint16_t)r;
+    }
+    for (unsigned c = 0; c < 128; ++c) {
+        g_short_range[c] = true;
+        for (unsigned i = g_index[c]; i < g_index[c + 1]; ++i)
+            if (g_keywords[i].name_len > 2) g_short_range[c] = false;
     }
 }
 
@@ -61,77 +67,131 @@ static int match_word(unsigned from, unsigned to, const char* s, unsigned word_l
     return -1;
 }
 
-// Results of whole-word lookups in the built-in and extender records, by
-// the lower-cased word. The records never change after start-up but for
-// the extender's, so an entry also remembers the record count it saw.
+// Operator mode: the longest record matching at s. Ranges of one- and
+// two-character operators (all but "?") take a direct path.
+
+static int match_operator(const char* s) {
+    unsigned char first = (unsigned char)*s;
+    if (first >= 128) return -1;
+    unsigned from = g_index[first], to = g_index[first + 1];
+    if (!g_short_range[first]) {
+        unsigned best_len = 0;
+        return match_range(g_keywords, from, to, s, false, &best_len);
+    }
+    int one = -1;
+    for (unsigned i = from; i < to; ++i) {
+        const KeywordRecord& r = g_keywords[i];
+        if (r.name_len == 2 && (unsigned char)r.name[1] == ch_lower((unsigned char)s[1])) return (int)i;
+        if (r.name_len == 1 && one < 0) one = (int)i;
+    }
+    return one;
+}
+
+// The host command table, scanned in order without the whole-word test.
+static int match_host(Context* ctx, const char* s) {
+    const KeywordRecord* t = ctx->host_table;
+    unsigned char c = ch_lower((unsigned char)*s);
+    if (!(ctx->host_first[c >> 3] & (1u << (c & 7)))) return -1;
+    unsigned n = 0;
+    while (t[n].name_len) ++n;
+    unsigned best_len = 0;
+    int best = match_range(t, 0, n, s, false, &best_len);
+    return best < 0 ? -1 : t[best].id + HOST_COMMAND_BASE;
+}
+
+// Notes which characters start a host command and whether every host name
+// is made of word characters only; then a lookup depends on the word alone.
+static void scan_host_table(Context* ctx) {
+    const KeywordRecord* t = ctx->host_table;
+    memset(ctx->host_first, 0, sizeof ctx->host_first);
+    ctx->host_word_only = 1;
+    for (unsigned k = 0; t && t[k].name_len; ++k) {
+        unsigned char c = (unsigned char)t[k].name[0];
+        ctx->host_first[c >> 3] |= (uint8_t)(1u << (c & 7));
+        for (unsigned j = 0; j < t[k].name_len && j < sizeof t[k].name; ++j)
+            if (!ch_word((unsigned char)t[k].name[j])) ctx->host_word_only = 0;
+    }
+    ctx->host_first_for = t;
+}
+
+// Results of name-mode lookups by the lower-cased word: the built-in and
+// extender records (whole words) and, when its names are plain words, the
+// host table. An entry remembers the record count and host table it saw;
+// every run starts a new generation, since a host may change its table.
 struct WordCacheEntry {
     char word[32];
-    uint8_t len;
-    int16_t id;        // -1: no built-in or extender record
+    const KeywordRecord* host;
+    uint32_t generation;
     uint16_t count;
+    int16_t id;        // token id, or -1: a variable name
+    uint8_t len;
 };
 static WordCacheEntry g_word_cache[256];
+static uint32_t g_generation = 1;
 
-static int lookup_word(const char* s, unsigned word_len) {
-    if (word_len > 30) {
-        int best = match_word(g_index[ch_lower((unsigned char)*s)], g_index[ch_lower((unsigned char)*s) + 1], s, word_len);
-        return best;
-    }
-    char low[32];
-    unsigned h = 0;
-    for (unsigned k = 0; k < word_len; ++k) {
-        low[k] = (char)ch_lower((unsigned char)s[k]);
-        h = h * 31 + (unsigned char)low[k];
-    }
-    WordCacheEntry& e = g_word_cache[(h ^ (h >> 8)) & 255];
-    if (e.len == word_len && e.count == g_keyword_count && memcmp(e.word, low, word_len) == 0) return e.id;
-    int best = -1;
-    unsigned char first = (unsigned char)low[0];
-    if (first < 128) best = match_word(g_index[first], g_index[first + 1], s, word_len);
+void keyword_cache_new_generation() { ++g_generation; }
+
+static int lookup_uncached(Context* ctx, const char* s, unsigned word_len) {
+    unsigned char first = ch_lower((unsigned char)*s);
+    int best = first < 128 ? match_word(g_index[first], g_index[first + 1], s, word_len) : -1;
     if (best < 0 && g_keyword_count > KEYWORD_BUILTIN_COUNT) {
         unsigned best_len = 0;
         best = match_range(g_keywords, KEYWORD_BUILTIN_COUNT, g_keyword_count, s, true, &best_len);
     }
-    memcpy(e.word, low, word_len);
-    e.len = (uint8_t)word_len;
-    e.id = (int16_t)best;
-    e.count = g_keyword_count;
+    if (best < 0 && ctx->host_table) best = match_host(ctx, s);
     return best;
 }
 
 int keyword_lookup(Context* ctx, bool name_mode) {
     keyword_index_build();
     const char* s = ctx->cursor;
-    unsigned word_len = 0;
-    if (name_mode) {
-        // A "." within the next 31 name characters makes a dotted object reference.
-        for (unsigned k = 0; k < 31; ++k) {
-            unsigned char c = (unsigned char)s[k];
-            if (c == '.') { ctx->tok_id = K_DOTTED; return 1; }
-            if (!(ch_alnum(c) || (c == '@' && k == 0))) break;
+    int id;
+    if (!name_mode) {
+        id = match_operator(s);
+        if (id < 0 && g_keyword_count > KEYWORD_BUILTIN_COUNT) {
+            unsigned best_len = 0;
+            id = match_range(g_keywords, KEYWORD_BUILTIN_COUNT, g_keyword_count, s, false, &best_len);
         }
-        while (ch_word((unsigned char)s[word_len])) ++word_len;
+        if (id < 0) return 0;
+        ctx->tok_id = (int16_t)id;
+        return 1;
     }
-    unsigned best_len = 0;
-    int best = -1;
-    if (name_mode) {
-        best = lookup_word(s, word_len);
+    // One pass over the word: its length, lower-cased copy and hash, and the
+    // dotted-reference test (a "." after the name's letters and digits,
+    // "@" first only, within 31 characters).
+    char low[32];
+    unsigned h = 0, len = 0, stop = 0;
+    bool stopped = false;
+    for (;; ++len) {
+        unsigned char c = (unsigned char)s[len];
+        if (!stopped && !(ch_alnum(c) || (c == '@' && len == 0))) { stopped = true; stop = len; }
+        if (!ch_word(c)) break;
+        if (len < 31) low[len] = (char)ch_lower(c);
+        h = h * 31 + ch_lower(c);
+    }
+    if (stop < 31 && s[stop] == '.') { ctx->tok_id = K_DOTTED; return 1; }
+    if (ctx->host_table && ctx->host_first_for != ctx->host_table) scan_host_table(ctx);
+    bool cacheable = len <= 30 && (!ctx->host_table || ctx->host_word_only);
+    if (!cacheable) {
+        id = lookup_uncached(ctx, s, len);
     } else {
-        unsigned char first = ch_lower((unsigned char)*s);
-        if (first < 128) best = match_range(g_keywords, g_index[first], g_index[first + 1], s, false, &best_len);
-        if (best < 0 && g_keyword_count > KEYWORD_BUILTIN_COUNT)
-            best = match_range(g_keywords, KEYWORD_BUILTIN_COUNT, g_keyword_count, s, false, &best_len);
+        WordCacheEntry& e = g_word_cache[(h ^ (h >> 8)) & 255];
+        if (e.len == len && e.generation == g_generation && e.count == g_keyword_count &&
+            e.host == ctx->host_table && memcmp(e.word, low, len) == 0) {
+            id = e.id;
+        } else {
+            id = lookup_uncached(ctx, s, len);
+            memcpy(e.word, low, len);
+            e.len = (uint8_t)len;
+            e.id = (int16_t)id;
+            e.count = g_keyword_count;
+            e.host = ctx->host_table;
+            e.generation = g_generation;
+        }
     }
-    if (best >= 0) { ctx->tok_id = (int16_t)best; return 1; }
-    best_len = 0;
-    if (name_mode && ctx->host_table) {
-        const KeywordRecord* t = ctx->host_table;
-        unsigned n = 0;
-        while (t[n].name_len) ++n;
-        best = match_range(t, 0, n, s, false, &best_len);
-        if (best >= 0) { ctx->tok_id = (int16_t)(t[best].id + HOST_COMMAND_BASE); return 1; }
-    }
-    return 0;
+    if (id < 0) return 0;
+    ctx->tok_id = (int16_t)id;
+    return 1;
 }
 
 const KeywordRecord* keyword_record(const Context* ctx, int id) {

@@ -50,7 +50,7 @@ static void read_name(Context* ctx) {
     ctx->tok_text[n] = 0;
     ctx->cursor = s;
     ctx->tok_kind = T_NAME;
-    var_register(ctx, ctx->tok_text);
+    ctx->tok_slot = var_register(ctx, ctx->tok_text);
 }
 
 void get_token(Context* ctx) {

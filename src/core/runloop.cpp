@@ -3,6 +3,7 @@
 #include <cstring>
 #include "bounded.h"
 #include "heap.h"
+#include "lexer.h"
 #include "report.h"
 #include "statements.h"
 
@@ -86,6 +87,8 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
 
 void run_script(Context* ctx, char* script) {
     run_reset(ctx);
+    ctx->host_first_for = nullptr;
+    keyword_cache_new_generation();
     ctx->script = script;
     ctx->script_name = ctx->top_script_name[0] ? ctx->top_script_name : nullptr;
     plat_set_cursor(ctx, true);

@@ -52,17 +52,18 @@ static uint16_t take_slot(Context* ctx, unsigned last_free) {
     return (uint16_t)slot;
 }
 
-void var_register(Context* ctx, const char* name) {
+uint16_t var_register(Context* ctx, const char* name) {
     VarSlot* v = ctx->vars;
     unsigned last_free = NO_VARIABLE;
     for (unsigned i = 0; i < ctx->var_count; ++i) {
         if (!v[i].value.flags) { last_free = i; continue; }
-        if (same_name(v[i].name, name)) return;
+        if (same_name(v[i].name, name)) return (uint16_t)i;
     }
     uint16_t slot = take_slot(ctx, last_free);
-    if (slot == NO_VARIABLE) return;
+    if (slot == NO_VARIABLE) return NO_VARIABLE;
     store_lower_name(ctx, v[slot].name, name);
     v[slot].value = Value{-1, 0, NO_VARIABLE, VF_REGISTERED};
+    return slot;
 }
 
 void var_assign(Context* ctx, uint16_t slot, const Value& val) {

@@ -10,7 +10,8 @@ uint16_t var_find_slot(Context* ctx, const char* name);
 // Slot of a defined variable, or NO_VARIABLE with error 3051 or 3052.
 uint16_t find_var(Context* ctx, const char* name);
 // The lexer's registration of a name it has read (flags 8); 3097 when full.
-void var_register(Context* ctx, const char* name);
+// Returns the name's slot (NO_VARIABLE when the table is full).
+uint16_t var_register(Context* ctx, const char* name);
 // Stores a value into a slot (the assignment rule): old text freed, new text copied.
 void var_assign(Context* ctx, uint16_t slot, const Value& v);
 // Drop by name as written (case-sensitive); unknown names are no error.
