@@ -176,8 +176,10 @@ int keyword_lookup(Context* ctx, bool name_mode) {
         id = lookup_uncached(ctx, s, len);
     } else {
         WordCacheEntry& e = g_word_cache[(h ^ (h >> 8)) & 255];
-        if (e.len == len && e.generation == g_generation && e.count == g_keyword_count &&
-            e.host == ctx->host_table && memcmp(e.word, low, len) == 0) {
+        bool hit = e.len == len && e.generation == g_generation && e.count == g_keyword_count &&
+                   e.host == ctx->host_table;
+        for (unsigned k = 0; hit && k < len; ++k) hit = e.word[k] == low[k];
+        if (hit) {
             id = e.id;
         } else {
             id = lookup_uncached(ctx, s, len);

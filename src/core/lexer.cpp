@@ -11,10 +11,15 @@ namespace tsl {
 static inline bool blank(char c) { return c == ' ' || c == '\t'; }
 static inline bool word_char(unsigned char c) { return ch_word(c); }
 
-static void copy_token(Context* ctx, const char* from, unsigned len) {
+static inline void copy_token(Context* ctx, const char* from, unsigned len) {
     if (len >= TOKEN_BUF) len = TOKEN_BUF - 1;
-    memcpy(ctx->tok_text, from, len);
-    ctx->tok_text[len] = 0;
+    char* out = ctx->tok_text;
+    if (len <= 8) {
+        for (unsigned k = 0; k < len; ++k) out[k] = from[k];
+    } else {
+        memcpy(out, from, len);
+    }
+    out[len] = 0;
 }
 
 // A quoted literal: the opening quote decides the closing one. A doubled

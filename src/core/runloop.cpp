@@ -14,21 +14,23 @@ namespace tsl {
 // other byte are skipped, and a line stops after 256 bytes: the 257th byte
 // starts the next line.
 int read_line(const char* script, uint32_t length, uint16_t* pos, uint16_t* line_start, char* line) {
-    uint32_t p = *pos;
-    if (p >= length) return 0;
-    unsigned n = 0;
+    const char* p = script + *pos;
+    const char* end = script + length;
+    if (p >= end) return 0;
     // Leading blanks and line feeds.
-    while (p < length && (script[p] == ' ' || script[p] == '\t' || script[p] == '\n')) ++p;
-    if (p < length && script[p] != '\r' && script[p] != 26) *line_start = (uint16_t)p;
-    while (p < length && n < LINE_MAX) {
-        char c = script[p++];
-        if ((unsigned char)c > 26) { line[n++] = c; continue; }
+    while (p < end && (*p == ' ' || *p == '\t' || *p == '\n')) ++p;
+    if (p < end && *p != '\r' && *p != 26) *line_start = (uint16_t)(p - script);
+    char* out = line;
+    char* out_end = line + LINE_MAX;
+    while (p < end && out < out_end) {
+        unsigned char c = (unsigned char)*p++;
+        if (c > 26) { *out++ = (char)c; continue; }
         if (c == '\n') continue;
         if (c == '\r' || c == 26) break;
-        line[n++] = c;
+        *out++ = (char)c;
     }
-    *pos = (uint16_t)p;
-    line[n] = 0;
+    *pos = (uint16_t)(p - script);
+    *out = 0;
     return 1;
 }
 
