@@ -58,13 +58,20 @@ static void read_name(Context* ctx) {
     ctx->tok_slot = var_register(ctx, ctx->tok_text);
 }
 
-void get_token(Context* ctx) {
+// Skips blanks to the next token; false at the end of the statement (the
+// end of the line or a ";" comment), with the kind set to 0 either way.
+static inline bool at_token(Context* ctx) {
     if (!g_chars_ready) chars_init();
     ctx->tok_kind = T_END;
     const char* s = ctx->cursor;
     while (blank(*s)) ++s;
     ctx->cursor = s;
-    if (!*s || *s == ';') return;
+    return *s && *s != ';';
+}
+
+void get_token(Context* ctx) {
+    if (!at_token(ctx)) return;
+    const char* s = ctx->cursor;
     unsigned char c = (unsigned char)*s;
     if (ch_digit(c)) {
         const char* e = s;
@@ -116,12 +123,8 @@ void unget_token(Context* ctx) {
 }
 
 void read_word(Context* ctx) {
-    if (!g_chars_ready) chars_init();
-    ctx->tok_kind = T_END;
+    if (!at_token(ctx)) return;
     const char* s = ctx->cursor;
-    while (blank(*s)) ++s;
-    ctx->cursor = s;
-    if (!*s || *s == ';') return;
     if (!word_char((unsigned char)*s)) { fail(ctx, 3054); return; }
     unsigned n = 0;
     while (word_char((unsigned char)*s) || (plat_is_lead_byte((unsigned char)*s) && s[1])) {
