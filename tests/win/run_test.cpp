@@ -221,3 +221,92 @@ TEST_F(Run, VMallocAndVFreeWorkOnTheHostsHeap) {
     EXPECT_NE(0, vmalloc(heap, 3000)) << "freed neighbours were not merged";
     GlobalUnlock(host.heap);
 }
+
+// --- script files loaded by Call: the search and the size limit ---
+
+static std::string temp_dir(const char* name) {
+    char base[MAX_PATH];
+    GetTempPathA(sizeof base, base);
+    std::string dir = std::string(base) + name + std::to_string(GetCurrentProcessId());
+    CreateDirectoryA(dir.c_str(), NULL);
+    return dir;
+}
+
+static void write_file(const std::string& path, const std::string& text) {
+    HANDLE f = CreateFileA(path.c_str(), GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);
+    DWORD n;
+    WriteFile(f, text.data(), (DWORD)text.size(), &n, NULL);
+    CloseHandle(f);
+}
+
+// A script of exactly `size` bytes that sets loaded = size.
+static std::string script_of_size(size_t size) {
+    std::string head = "loaded = " + std::to_string(size) + "\r\n";
+    std::string s = head;
+    while (s.size() + 300 < size) s += ";" + std::string(250, 'c') + "\r\n";
+    s += ";" + std::string(size - s.size() - 3, 'c') + "\r\n";
+    return s;
+}
+
+TEST_F(Run, CallLoadsFilesBelowTheSizeLimitOnly) {
+    std::string dir = temp_dir("tslcall");
+    struct { size_t size; long error; const char* report; } rows[] = {
+        {65520, 0, nullptr},                        // row 0: the largest file that loads
+        {65521, 9002, "error 205: Batch file >64K.  Too Large."},  // row 1: one byte more
+        {20, 0, nullptr},                           // row 2: a small one
+    };
+    HostContext host(&g_dll);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
+    for (unsigned i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
+        std::string path = dir + "\\size" + std::to_string(i) + ".inc";
+        std::string text = script_of_size(rows[i].size);
+        ASSERT_EQ(rows[i].size, text.size()) << "row " << i;
+        write_file(path, text);
+        host.service(TSL_SERVICE_SET_VAR, (LPARAM) "loaded", (LPARAM) "none");
+        StderrCapture err;
+        // Exclusive: no 20 ms pause between the callee's lines.
+        EXPECT_EQ(1, host.run("Exclusive(@on)\r\nCall(\"" + path + "\", \"\")\r\n")) << "row " << i;
+        EXPECT_EQ(rows[i].error, host.service(TSL_SERVICE_RUN_ERROR)) << "row " << i;
+        EXPECT_EQ(rows[i].error ? "none" : std::to_string(rows[i].size), host.get("loaded")) << "row " << i;
+        if (rows[i].report) {
+            EXPECT_NE(std::string::npos, err.text().find(rows[i].report)) << err.text();
+        }
+        DeleteFileA(path.c_str());
+    }
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 0, 0, 0);
+    RemoveDirectoryA(dir.c_str());
+}
+
+TEST_F(Run, CallFindsFilesAsGivenThenAlongPath) {
+    std::string dir = temp_dir("tslsearch");
+    std::string sub = dir + "\\onpath";
+    CreateDirectoryA(sub.c_str(), NULL);
+    write_file(dir + "\\here.inc", "found = \"here\"\r\n");
+    write_file(sub + "\\far.inc", "found = \"far\"\r\n");
+    write_file(sub + "\\here.inc", "found = \"path copy\"\r\n");
+    char old_path[8192], old_dir[MAX_PATH];
+    GetEnvironmentVariableA("PATH", old_path, sizeof old_path);
+    GetCurrentDirectoryA(sizeof old_dir, old_dir);
+    SetEnvironmentVariableA("PATH", (std::string("C:\\nonexistent;") + sub + ";" + old_path).c_str());
+    SetCurrentDirectoryA(dir.c_str());
+
+    HostContext host(&g_dll);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
+    EXPECT_EQ(1, host.run("Call(\"here.inc\", \"\")\r\n"));
+    EXPECT_EQ("here", host.get("found")) << "the current directory comes first";
+    EXPECT_EQ(1, host.run("Call(\"far.inc\", \"\")\r\n"));
+    EXPECT_EQ("far", host.get("found")) << "then the directories of PATH";
+    StderrCapture err;
+    EXPECT_EQ(1, host.run("Call(\"nowhere.inc\", \"\")\r\n"));
+    EXPECT_EQ(9002, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_NE(std::string::npos, err.text().find("error 102: Specified menu/batch file not found")) << err.text();
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 0, 0, 0);
+
+    SetCurrentDirectoryA(old_dir);
+    SetEnvironmentVariableA("PATH", old_path);
+    DeleteFileA((dir + "\\here.inc").c_str());
+    DeleteFileA((sub + "\\far.inc").c_str());
+    DeleteFileA((sub + "\\here.inc").c_str());
+    RemoveDirectoryA(sub.c_str());
+    RemoveDirectoryA(dir.c_str());
+}
