@@ -179,7 +179,9 @@ int attr_file(Context* ctx, const char* full, const char*, void* user) {
             if (*p == l.letter) a |= l.bit;
             else if (*p == (char)(l.letter | 0x20)) a &= ~l.bit;
         }
-    a &= FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_HIDDEN;
+    // Keep what SetFileAttributes accepts; directory and similar bits are not settable.
+    a &= FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_ARCHIVE | FILE_ATTRIBUTE_SYSTEM | FILE_ATTRIBUTE_HIDDEN |
+         FILE_ATTRIBUTE_TEMPORARY | FILE_ATTRIBUTE_OFFLINE | FILE_ATTRIBUTE_NOT_CONTENT_INDEXED;
     if (!SetFileAttributesA(full, a ? a : FILE_ATTRIBUTE_NORMAL)) return fail(ctx, 1086);
     return 1;
 }
