@@ -102,7 +102,7 @@ int plat_message_box(PHandle owner, const char* text, const char* caption, unsig
 
 PHandle plat_focus_window() { return GetFocus(); }
 
-void plat_play_sound(const char* alias) { PlaySoundA(alias, NULL, SND_ALIAS | SND_ASYNC | SND_NODEFAULT); }
+void plat_play_sound(const char* alias) { PlaySoundA(alias, NULL, SND_ALIAS | SND_ASYNC); }
 void plat_message_beep(unsigned type) { MessageBeep(type); }
 void plat_output_debug(const char* text) { OutputDebugStringA(text); }
 
