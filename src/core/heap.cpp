@@ -14,12 +14,15 @@ static const char USED_TAG[4] = {'5', '6', '7', '8'};
 static const uint32_t ROVER = 28;
 static const uint32_t FIRST_BLOCK = 40;
 
-static uint32_t rd(const uint8_t* h, uint32_t at) {
-    return (uint32_t)h[at] | (uint32_t)h[at + 1] << 8 | (uint32_t)h[at + 2] << 16 | (uint32_t)h[at + 3] << 24;
+// The words are little-endian, as the hosts' own (x86) words are: a word
+// is read and written whole.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "the heap's words are little-endian");
+static inline uint32_t rd(const uint8_t* h, uint32_t at) {
+    uint32_t v;
+    memcpy(&v, h + at, 4);
+    return v;
 }
-static void wr(uint8_t* h, uint32_t at, uint32_t v) {
-    h[at] = (uint8_t)v; h[at + 1] = (uint8_t)(v >> 8); h[at + 2] = (uint8_t)(v >> 16); h[at + 3] = (uint8_t)(v >> 24);
-}
+static inline void wr(uint8_t* h, uint32_t at, uint32_t v) { memcpy(h + at, &v, 4); }
 static bool tag_is(const uint8_t* h, uint32_t at, const char* tag) { return memcmp(h + at, tag, 4) == 0; }
 static void tag(uint8_t* h, uint32_t at, const char* t) { memcpy(h + at, t, 4); }
 

@@ -119,7 +119,7 @@ static void scan_host_table(Context* ctx) {
 // host table. An entry remembers the record count and host table it saw;
 // every run starts a new generation, since a host may change its table.
 struct WordCacheEntry {
-    char word[32];
+    uint64_t word[4];  // the word, NUL-padded
     const KeywordRecord* host;
     uint32_t generation;
     uint16_t count;
@@ -159,15 +159,17 @@ int keyword_lookup(Context* ctx, bool name_mode) {
     // One pass over the word: its length, lower-cased copy and hash, and the
     // dotted-reference test (a "." after the name's letters and digits,
     // "@" first only, within 31 characters).
-    char low[32];
+    uint64_t low_words[4] = {0, 0, 0, 0};
+    char* low = reinterpret_cast<char*>(low_words);
     unsigned h = 0, len = 0, stop = 0;
     bool stopped = false;
     for (;; ++len) {
         unsigned char c = (unsigned char)s[len];
         if (!stopped && !(ch_alnum(c) || (c == '@' && len == 0))) { stopped = true; stop = len; }
         if (!ch_word(c)) break;
-        if (len < 31) low[len] = (char)ch_lower(c);
-        h = h * 31 + ch_lower(c);
+        unsigned char l = ch_lower(c);
+        if (len < 31) low[len] = (char)l;
+        h = h * 31 + l;
     }
     if (stop < 31 && s[stop] == '.') { ctx->tok_id = K_DOTTED; return 1; }
     if (ctx->host_table && ctx->host_first_for != ctx->host_table) scan_host_table(ctx);
@@ -176,14 +178,13 @@ int keyword_lookup(Context* ctx, bool name_mode) {
         id = lookup_uncached(ctx, s, len);
     } else {
         WordCacheEntry& e = g_word_cache[(h ^ (h >> 8)) & 255];
-        bool hit = e.len == len && e.generation == g_generation && e.count == g_keyword_count &&
-                   e.host == ctx->host_table;
-        for (unsigned k = 0; hit && k < len; ++k) hit = e.word[k] == low[k];
-        if (hit) {
+        if (e.len == len && e.generation == g_generation && e.count == g_keyword_count &&
+            e.host == ctx->host_table && e.word[0] == low_words[0] && e.word[1] == low_words[1] &&
+            e.word[2] == low_words[2] && e.word[3] == low_words[3]) {
             id = e.id;
         } else {
             id = lookup_uncached(ctx, s, len);
-            memcpy(e.word, low, len);
+            memcpy(e.word, low_words, sizeof e.word);
             e.len = (uint8_t)len;
             e.id = (int16_t)id;
             e.count = g_keyword_count;

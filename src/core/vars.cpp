@@ -11,7 +11,7 @@ namespace tsl {
 static inline unsigned char ascii_lower(unsigned char c) { return (c >= 'A' && c <= 'Z') ? c + 32 : c; }
 
 // Case-insensitive equality of a stored (lower-case) name and a name as read.
-static bool same_name(const char* stored, const char* name) {
+static bool same_name_slow(const char* stored, const char* name) {
     const unsigned char* a = (const unsigned char*)stored;
     const unsigned char* b = (const unsigned char*)name;
     for (;; ++a, ++b) {
@@ -19,6 +19,13 @@ static bool same_name(const char* stored, const char* name) {
         if (ascii_lower(*a) != ascii_lower(*b)) return false;
         if (!*a) return true;
     }
+}
+
+// The first characters decide most comparisons without a call.
+static inline bool same_name(const char* stored, const char* name) {
+    unsigned char a = (unsigned char)*stored, b = (unsigned char)*name;
+    if (!((a | b) & 0x80) && ascii_lower(a) != ascii_lower(b)) return false;
+    return same_name_slow(stored, name);
 }
 
 uint16_t var_find_slot(Context* ctx, const char* name) {
