@@ -59,6 +59,22 @@ if build win64; then run_ctest win64; fi
 step "win32 build"
 if build win32; then passed=$((passed + 1)); fi
 
+# Both DLLs export every entry under its plain name (no @N decoration).
+check_exports() {
+    local objdump=$1 dll=$2 missing=""
+    [ -f "$dll" ] || return 0
+    local table
+    table=$("$objdump" -p "$dll" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p')
+    for name in DoDaDllInit ProcessDaBatBuffer DLLServices ViperAnswer LibMain ProcessSubExpression \
+                get_token find_var VMalloc VFree; do
+        echo "$table" | grep -qE "\] $name\$" || missing="$missing $name"
+    done
+    if [ -z "$missing" ]; then passed=$((passed + 1)); echo "exports of $dll: plain names"
+    else failed=$((failed + 1)); notes+=("$dll lacks plain exports:$missing"); fi
+}
+check_exports x86_64-w64-mingw32-objdump build/win64/TSLPR32I.dll
+check_exports i686-w64-mingw32-objdump build/win32/TSLPR32I.dll
+
 step "fuzzing"
 if [ -f tests/fuzz/fuzz_statements.cpp ]; then
     if build fuzz; then
