@@ -38,10 +38,21 @@ static inline bool is_delim(const char* p, const Delim& d) {
     return p[0] == d.b[0] && (d.len == 1 || p[1] == d.b[1]);
 }
 
-// The end of the item that starts at p (its delimiter or the NUL).
-static const char* item_end(const char* p, const Delim& d) {
+// The end of the item that starts at p (its delimiter or the NUL). Without
+// a double-byte code page every byte is a character, so the search for a
+// one-byte delimiter can run over bytes.
+// (Items are short: a plain loop beats a library search call per item.)
+static inline const char* item_end(const char* p, const Delim& d, bool bytes) {
+    if (bytes) {
+        const char c = d.b[0];
+        while (*p && *p != c) p++;
+        return p;
+    }
     while (*p && !is_delim(p, d)) p = ch_next(p);
     return p;
+}
+static const char* item_end(const char* p, const Delim& d) {
+    return item_end(p, d, !plat_dbcs_enabled() && d.len == 1);
 }
 
 // The next item's start after an item ending at e (nullptr at the list's end).
@@ -65,8 +76,9 @@ static void item_count(Context* ctx, Value* result, Value* args) {
 // The start of item `index` (1-based), or nullptr when the list has fewer items.
 static const char* find_item(const char* p, long index, const Delim& d) {
     if (index < 1) return nullptr;
+    const bool bytes = !plat_dbcs_enabled() && d.len == 1;
     for (long i = 1; i < index; i++) {
-        p = after(item_end(p, d), d);
+        p = after(item_end(p, d, bytes), d);
         if (!p) return nullptr;
     }
     return p;
