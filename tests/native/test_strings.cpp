@@ -1,5 +1,7 @@
 // The string functions called directly, single-byte and double-byte.
 #include "values_fixture.h"
+#include <map>
+#include "core/keywords.h"
 
 namespace tsl {
 namespace {
@@ -194,6 +196,39 @@ TEST_F(Strings, ResultsThatDoNotFitLeaveNothingAllocated) {
     EXPECT_EQ(str(STRFIXCHARS, {"a", "b", 1000}).error, 3096);
     EXPECT_EQ(str(STRUPPER, {big}).error, 0);
     EXPECT_EQ(str(STRFILL, {"ab", 100}).error, 0);
+}
+
+// Each family's table entry sits at the keyword record of its function.
+TEST(ValueFamilies, EveryEntryIsTheFunctionOfItsKeywordRecord) {
+    std::map<std::string, const FunctionFamily*> expect = {
+        {"strcat", &kFamilyStrings}, {"strcharcount", &kFamilyStrings}, {"strcmp", &kFamilyStrings},
+        {"strfill", &kFamilyStrings}, {"strfix", &kFamilyStrings}, {"strfixchars", &kFamilyStrings},
+        {"stricmp", &kFamilyStrings}, {"strindex", &kFamilyStrings}, {"strlen", &kFamilyStrings},
+        {"strlower", &kFamilyStrings}, {"strreplace", &kFamilyStrings}, {"strscan", &kFamilyStrings},
+        {"strsub", &kFamilyStrings}, {"strtrim", &kFamilyStrings}, {"strupper", &kFamilyStrings},
+        {"itemcount", &kFamilyItems}, {"itemextract", &kFamilyItems}, {"iteminsert", &kFamilyItems},
+        {"itemlocate", &kFamilyItems}, {"itemremove", &kFamilyItems}, {"itemsort", &kFamilyItems},
+        {"abs", &kFamilyArith}, {"average", &kFamilyArith}, {"char2num", &kFamilyArith},
+        {"isnumber", &kFamilyArith}, {"max", &kFamilyArith}, {"min", &kFamilyArith},
+        {"num2char", &kFamilyArith}, {"random", &kFamilyArith},
+        {"datetime", &kFamilyDateTime}, {"getexacttime", &kFamilyDateTime},
+    };
+    unsigned seen = 0;
+    for (const FunctionFamily* f : {&kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime}) {
+        for (unsigned i = 0; i < f->count; i++) {
+            int id = f->entries[i].id;
+            ASSERT_GE(id, 0);
+            ASSERT_LT(id, (int)KEYWORD_BUILTIN_COUNT);
+            const KeywordRecord& r = g_keywords[id];
+            EXPECT_EQ(r.kind, KW_FUNCTION) << "id " << id;
+            auto it = expect.find(r.name);
+            ASSERT_NE(it, expect.end()) << "id " << id << " is " << r.name;
+            EXPECT_EQ(it->second, f) << r.name << " is in the wrong family";
+            EXPECT_NE(f->entries[i].fn, nullptr) << r.name;
+            seen++;
+        }
+    }
+    EXPECT_EQ(seen, expect.size()) << "every function has exactly one entry";
 }
 
 } // namespace
