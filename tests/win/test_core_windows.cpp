@@ -398,7 +398,7 @@ struct LanguageFile {
 };
 
 TEST_F(CoreWindows, LanguageFileTextsReplaceTheTableWithLineBreaksAndTabs) {
-    LanguageFile file("[MAIN]\r\nenu=English\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n"
+    LanguageFile file("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n"
                       "X3062=Zero~divisor\r\n");
     SettingOverride language("MAIN", "Language", "TESTLANG");
     std::unique_ptr<HostContext> host(new_host());
@@ -430,4 +430,27 @@ TEST_F(CoreWindows, LanguageXXXOrAMissingKeyUsesTheTable) {
     EXPECT_EQ("3061:  Illegal Syntax", seen[0].caption);
     EXPECT_EQ("3061:  Bad\nsyntax\there", seen[1].caption);
     EXPECT_EQ("3062:  Attempt to divide by zero", seen[2].caption) << "a key the file lacks";
+}
+
+// --- the statement trace ---
+
+TEST_F(CoreWindows, DebugTraceAsksBeforeEachLineAndCancelStops) {
+    std::unique_ptr<HostContext> host(new_host());
+    int count = 0;
+    User user([&](const SeenBox&) { return ++count < 3 ? IDOK : IDCANCEL; });
+    EXPECT_EQ(1, host->run(crlf({"Debug(@on)", "a = 1", ":lab b = 2", "c = 3"})));
+    user.finish();
+    auto seen = user.seen();
+    ASSERT_EQ(3u, seen.size());
+    const char* lines[] = {"a = 1", ":lab b = 2", "c = 3"};
+    for (unsigned i = 0; i < 3; ++i) {
+        EXPECT_EQ("Debug: run this line?", seen[i].caption) << "box " << i;
+        EXPECT_EQ(lines[i], seen[i].text) << "box " << i;
+        EXPECT_TRUE(seen[i].cancel) << "box " << i;
+    }
+    EXPECT_EQ("1", host->get("a"));
+    EXPECT_EQ("2", host->get("b"));
+    EXPECT_EQ("<undefined>", host->get("c")) << "Cancel stops before the line";
+    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
+    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
 }
