@@ -1,6 +1,7 @@
 // The file-list engine, the name splitter, the full-name rule and the
 // target-mask mapping shared by every file function.
 #include "file_lists.h"
+#include "../core/bounded.h"
 #include <windows.h>
 #include <cstring>
 #include <string>
@@ -14,17 +15,13 @@ bool is_sep(char c) { return c == '\\' || c == '/'; }
 
 // Copies [from, to) into a part buffer, cut at PART_MAX bytes.
 void put_part(char* part, const char* from, const char* to) {
-    size_t n = (size_t)(to - from);
-    if (n > PART_MAX) n = PART_MAX;
-    memcpy(part, from, n);
-    part[n] = 0;
+    bounded_copy(nullptr, part, std::string(from, (size_t)(to - from)).c_str(), PART_MAX + 1);
 }
 
 // Appends text to out (capacity cap); false when it does not fit.
 bool add(char* out, const char* text, unsigned cap) {
-    size_t have = strlen(out), more = strlen(text);
-    if (have + more >= cap) return false;
-    memcpy(out + have, text, more + 1);
+    if (strlen(out) + strlen(text) >= cap) return false;
+    bounded_append(nullptr, out, text, cap);
     return true;
 }
 
@@ -81,7 +78,7 @@ bool drive_current_dir(char letter, char* out, unsigned cap) {
     }
     if (!is_sep(dir[n - 1])) { if (n + 1 >= sizeof dir) return false; dir[n] = '\\'; dir[n + 1] = 0; }
     if (strlen(dir) >= cap) return false;
-    strcpy(out, dir);
+    bounded_copy(nullptr, out, dir, cap);
     return true;
 }
 
@@ -90,7 +87,7 @@ bool drive_current_dir(char letter, char* out, unsigned cap) {
 bool full_name(const char* name, char* out, unsigned cap) {
     if (is_sep(name[0]) && is_sep(name[1])) {   // a network name stands as it is
         if (strlen(name) >= cap) return false;
-        strcpy(out, name);
+        bounded_copy(nullptr, out, name, cap);
         return true;
     }
     NameParts np;
@@ -99,11 +96,11 @@ bool full_name(const char* name, char* out, unsigned cap) {
     drive[0] = np.drive[0] ? (char)(np.drive[0] & ~0x20) : current_drive();
     if (!drive[0] || drive[0] < 'A' || drive[0] > 'Z') return false;
     char dir[FULL_NAME_MAX];
-    if (np.dir[0]) strcpy(dir, np.dir);
+    if (np.dir[0]) bounded_copy(nullptr, dir, np.dir, sizeof dir);
     else {
         char cur[MAX_PATH + 1];
         if (!drive_current_dir(drive[0], cur, sizeof cur)) return false;
-        strcpy(dir, cur + 2);
+        bounded_copy(nullptr, dir, cur + 2, sizeof dir);
     }
     out[0] = 0;
     return add(out, drive, cap) && add(out, dir, cap) && add(out, np.root, cap) &&
@@ -136,7 +133,7 @@ bool map_name(const char* source, const char* mask, char* out, unsigned cap) {
     std::string full = std::string(drive) + dir + root;
     if (!ext.empty()) full += "." + ext;
     if (full.size() >= cap) return false;
-    strcpy(out, full.c_str());
+    bounded_copy(nullptr, out, full.c_str(), cap);
     return true;
 }
 
@@ -227,8 +224,8 @@ void file_time_text(uint32_t low, uint32_t high, char* out) {
     GetProfileStringA("INTL", "STIME", ":", stime, 2);
     GetProfileStringA("INTL", "S1159", "AM", s1159, 5);
     GetProfileStringA("INTL", "S2359", "PM", s2359, 5);
-    if (!sdate[0]) strcpy(sdate, "/");
-    if (!stime[0]) strcpy(stime, ":");
+    if (!sdate[0]) bounded_copy(nullptr, sdate, "/", sizeof sdate);
+    if (!stime[0]) bounded_copy(nullptr, stime, ":", sizeof stime);
     unsigned year = (date >> 9) + 80u, month = (date >> 5) & 15u, day = date & 31u;
     unsigned hour = time >> 11, minute = (time >> 5) & 63u;
     unsigned f[3];

@@ -36,9 +36,7 @@ void itemize(Context* ctx, Value* result, const char* list, bool dirs) {
         while (*p && *p != ' ' && *p != ',' && *p != ';') p++;
         if (p == start) break;
         char pattern[PATTERN_MAX + 1];
-        size_t n = (size_t)(p - start) > PATTERN_MAX ? PATTERN_MAX : (size_t)(p - start);
-        memcpy(pattern, start, n);
-        pattern[n] = 0;
+        bounded_copy(ctx, pattern, std::string(start, (size_t)(p - start)).c_str(), sizeof pattern);
         WIN32_FIND_DATAA fd;
         HANDLE h = FindFirstFileA(pattern, &fd);
         if (h == INVALID_HANDLE_VALUE) continue;

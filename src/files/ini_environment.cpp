@@ -117,7 +117,7 @@ void itemize(Context* ctx, Value* result, const char* section, const char* file)
     if (!buf) { if (block) GlobalFree(block); fail(ctx, 3096); return; }
     DWORD n = file ? GetPrivateProfileStringA(section, nullptr, "(NONE)", buf, ITEMIZE_BUF, file)
                    : GetProfileStringA(section, nullptr, "(NONE)", buf, ITEMIZE_BUF);
-    if (n == 0) strcpy(buf, "(NONE)");
+    if (n == 0) bounded_copy(ctx, buf, "(NONE)", ITEMIZE_BUF);
     // Key names are NUL-separated up to a double NUL: the NULs become tabs.
     for (DWORD i = 0; i + 1 < n; i++) if (buf[i] == 0) buf[i] = '\t';
     value_set_text(ctx, result, buf);
@@ -136,12 +136,12 @@ bool env_value(const char* name, char* out) {
     char small[INI_VALUE_BUF];
     DWORD n = GetEnvironmentVariableA(name, small, sizeof small);
     if (n == 0) return false;
-    if (n < sizeof small) { strcpy(out, small); return true; }
+    if (n < sizeof small) { bounded_copy(nullptr, out, small, INI_VALUE_BUF); return true; }
     std::string big(n, '\0');
     n = GetEnvironmentVariableA(name, &big[0], n);
     if (n == 0) return false;
     big.resize(n > INI_VALUE_BUF - 1 ? INI_VALUE_BUF - 1 : n);
-    strcpy(out, big.c_str());
+    bounded_copy(nullptr, out, big.c_str(), INI_VALUE_BUF);
     return true;
 }
 
