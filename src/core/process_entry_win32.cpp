@@ -23,6 +23,14 @@ extern "C" long WINAPI ProcessDaBatBuffer(HWND owner, HGLOBAL context, HGLOBAL s
         GlobalUnlock(context);
         return 0;
     }
+    // A run started from within a run (a host command that runs another
+    // script on the same context) gives the outer run its pointers back.
+    VarSlot* outer_vars = ctx->vars;
+    uint8_t* outer_heap = ctx->heap;
+    CommandProc outer_proc = ctx->host_proc;
+    const KeywordRecord* outer_table = ctx->host_table;
+    const char* outer_script = ctx->script;
+    const char* outer_name = ctx->script_name;
     ctx->vars = vars;
     ctx->heap = heap;
     ctx->owner = owner;
@@ -35,10 +43,16 @@ extern "C" long WINAPI ProcessDaBatBuffer(HWND owner, HGLOBAL context, HGLOBAL s
     // place and GoTo writes its cached jumps into it.
     run_script(ctx, text);
 
-    // The host procedure stays known: DoDaDllInit mode 99 sends it the
-    // shutdown command.
-    ctx->heap = nullptr;
-    ctx->vars = nullptr;
+    // After the outermost run the host procedure stays known: DoDaDllInit
+    // mode 99 sends it the shutdown command.
+    if (outer_heap) {
+        ctx->host_proc = outer_proc;
+        ctx->host_table = outer_table;
+        ctx->script = outer_script;
+        ctx->script_name = outer_name;
+    }
+    ctx->heap = outer_heap;
+    ctx->vars = outer_vars;
     GlobalUnlock(ctx->heap_block);
     GlobalUnlock(ctx->var_block);
     GlobalUnlock(script);

@@ -310,3 +310,33 @@ TEST_F(Run, CallFindsFilesAsGivenThenAlongPath) {
     RemoveDirectoryA(sub.c_str());
     RemoveDirectoryA(dir.c_str());
 }
+
+// --- a run inside a run ---
+
+static HostContext* g_nesting_host;
+static long WINAPI nesting_proc(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record, LPCSTR t1,
+                                LPCSTR, LPCSTR, LPCSTR, LPCSTR) {
+    if (command != 0) return 0;
+    long r = g_nesting_host->run(t1);  // the same context, no host commands
+    return answer(0, 0, record, 0, r, NULL);
+}
+static const TslKeywordRecord kNestingTable[] = {
+    {0, TSL_KIND_FUNCTION, 1, 1, 5, "inner"},
+    {0, 0, 0, 0, 0, ""},
+};
+
+TEST_F(Run, RunStartedByAHostCommandGivesTheOuterRunItsStateBack) {
+    HostContext host(&g_dll);
+    g_nesting_host = &host;
+    EXPECT_EQ(1, host.run("a = 1\r\nok = Inner(\"b = a + 1\")\r\nc = b + ok\r\nd = StrCat(\"x\", c)\r\n",
+                          nesting_proc, kNestingTable));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("2", host.get("b"));
+    EXPECT_EQ("3", host.get("c"));
+    EXPECT_EQ("x3", host.get("d"));
+    tsl::Context* c = host.lock();
+    EXPECT_EQ(nullptr, c->heap);
+    EXPECT_EQ((tsl::CommandProc)nesting_proc, c->host_proc) << "the outer run's procedure is kept";
+    host.unlock();
+    EXPECT_EQ(0, GlobalFlags(host.heap) & GMEM_LOCKCOUNT);
+}
