@@ -23,9 +23,12 @@ static bool g_break_pressed = false;
 static int g_box_answer = 0;
 static std::string g_boxes;
 static std::map<std::string, std::string> g_profiles;
+static bool g_no_sleep = false;
+static unsigned g_break_countdown = 0;
 
 void plat_native_set_dbcs(bool on) { g_dbcs = on; }
 void plat_native_press_break() { g_break_pressed = true; }
+void plat_native_break_after(unsigned n) { g_break_countdown = n; }
 void plat_native_set_box_answer(int answer) { g_box_answer = answer; }
 std::string plat_native_take_boxes() { std::string s; s.swap(g_boxes); return s; }
 
@@ -40,6 +43,7 @@ void plat_native_set_profile(const char* file, const char* section, const char* 
     g_profiles[profile_key(file, section, key)] = value;
 }
 void plat_native_clear_profiles() { g_profiles.clear(); }
+void plat_native_set_no_sleep(bool on) { g_no_sleep = on; }
 
 bool plat_is_alpha(unsigned char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 bool plat_is_alnum(unsigned char c) { return plat_is_alpha(c) || (c >= '0' && c <= '9'); }
@@ -87,7 +91,10 @@ void plat_write_stderr(const char* text) { fputs(text, stderr); }
 bool plat_console_mode() { return g_console; }
 void plat_set_console_mode(bool on) { g_console = on; }
 
-void plat_sleep(unsigned ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+void plat_sleep(unsigned ms) {
+    if (g_no_sleep) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
 uint32_t plat_tick_count() {
     using namespace std::chrono;
     return (uint32_t)duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
@@ -109,6 +116,7 @@ void plat_pump_messages(Context* ctx) {
     plat_break_test(ctx);
 }
 void plat_break_test(Context* ctx) {
+    if (g_break_countdown && --g_break_countdown == 0) g_break_pressed = true;
     if (g_break_pressed) { ctx->break_flag = 1; g_break_pressed = false; }
 }
 void plat_set_cursor(Context*, bool) {}

@@ -9,6 +9,8 @@ namespace tsl {
 void plat_native_set_dbcs(bool on);
 // Sets Ctrl+Break "down" for the next break test.
 void plat_native_press_break();
+// Sets Ctrl+Break "down" for the n-th break test from now (0 = never).
+void plat_native_break_after(unsigned n);
 // The answer the next message boxes give (0 = each box's default button).
 void plat_native_set_box_answer(int answer);
 // The texts of all boxes shown so far, "caption|text" per box; cleared by the call.
@@ -16,4 +18,6 @@ std::string plat_native_take_boxes();
 // Profile values that plat_profile_string returns (file "" = the user profile).
 void plat_native_set_profile(const char* file, const char* section, const char* key, const char* value);
 void plat_native_clear_profiles();
+// Makes every sleep return at once (unit tests and the fuzzer: Delay, the pump).
+void plat_native_set_no_sleep(bool on);
 } // namespace tsl
