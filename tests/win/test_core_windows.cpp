@@ -454,3 +454,22 @@ TEST_F(CoreWindows, DebugTraceAsksBeforeEachLineAndCancelStops) {
     EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
     EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
 }
+
+// --- what survives from run to run ---
+
+TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
+    std::unique_ptr<HostContext> host(new_host());
+    User user([](const SeenBox&) { return IDOK; });
+    EXPECT_EQ(1, host->run(crlf({"x = 5", "if 1 then a = 1", "ErrorMode(@off)",
+                                 "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "Debug(@on)"})));
+    EXPECT_EQ(1, host->run(crlf({"y = x + 1", "then b = 1", "else c = 1", "e = LastError()", "m = ErrorMode(@off)",
+                                 "d = Debug(@off)"})));
+    user.finish();
+    EXPECT_EQ(0u, user.seen().size()) << "the trace was switched off by the new run";
+    EXPECT_EQ("6", host->get("y"));
+    EXPECT_EQ("<undefined>", host->get("b")) << "the last IF result starts false";
+    EXPECT_EQ("1", host->get("c"));
+    EXPECT_EQ("0", host->get("e")) << "LastError starts at 0";
+    EXPECT_EQ("1", host->get("m")) << "ErrorMode starts at @cancel";
+    EXPECT_EQ("0", host->get("d"));
+}
