@@ -12,7 +12,6 @@ static Dll g_dll;
 class Replace : public ::testing::Test {
 protected:
     std::string dir;
-    SettingOverride quiet{"MAIN", "Sounds", "0"};   // no sound to wait for as each dialog opens
     static void SetUpTestSuite() {
         ASSERT_TRUE(g_dll.load()) << "TSLPR32I.dll or its entries missing";
         g_dll.services(NULL, TSL_SERVICE_CONSOLE, 0, 0, 0);
@@ -20,6 +19,9 @@ protected:
     void SetUp() override { dir = make_temp_dir(); }
     void TearDown() override { remove_tree(dir); }
     std::string at(const std::string& name) { return dir + "\\" + name; }
+    // No sound to wait for as each dialog opens (this context only; the
+    // settings file is shared with tests running beside this one).
+    static void quiet(HostContext& host) { host.lock()->sounds = 0; host.unlock(); }
 
     // A source "src.txt" ("source") and a target "dst.txt" ("target") a day
     // older or newer than the source.
@@ -52,6 +54,7 @@ TEST_F(Replace, EveryButtonWithOlderAndNewerTarget) {
         {FW_OLDER_ALL, true, false},       // row 15
     };
     HostContext host(&g_dll);
+    quiet(host);
     for (unsigned i = 0; i < sizeof rows / sizeof rows[0]; i++) {
         make_pair(rows[i].target_newer);
         DialogUser user({rows[i].button});
@@ -68,6 +71,7 @@ TEST_F(Replace, EveryButtonWithOlderAndNewerTarget) {
 // Times equal to the two-second step count as "source newer or the same age".
 TEST_F(Replace, SameAgeCountsAsSourceNewer) {
     HostContext host(&g_dll);
+    quiet(host);
     const int buttons[] = {FW_OLDER, FW_NEWER};
     const char* expected[] = {"source", "target"};
     for (int i = 0; i < 2; i++) {
@@ -90,6 +94,7 @@ TEST_F(Replace, DialogShowsNamesInformationAndLabels) {
     set_local_time(at("dst.txt"), 1995, 1, 5, 9, 7);
     set_local_time(at("src.txt"), 1995, 1, 5, 14, 30);
     HostContext host(&g_dll);
+    quiet(host);
     DialogUser user({FW_SKIP}, {FW_LABEL_REPLACE, FW_LABEL_WITH, FW_OVERWRITE, FW_CANCEL, FW_OVERWRITE_ALL, FW_SKIP,
                                 FW_NEWER, FW_NEWER_ALL, FW_OLDER, FW_OLDER_ALL});
     host.run("FileCopy(\"" + at("src.txt") + "\", \"" + at("dst.txt") + "\", 1)\r\n");
@@ -115,6 +120,7 @@ TEST_F(Replace, OverwriteAllHoldsForOneCallOnly) {
         write_file(at(std::string("out\\") + n), "old");
     }
     HostContext host(&g_dll);
+    quiet(host);
     {
         DialogUser user({FW_OVERWRITE_ALL});
         host.run("r = FileCopy(\"" + at("a*.txt") + "\", \"" + at("out\\*.*") + "\", 1)\r\n");
@@ -141,6 +147,7 @@ TEST_F(Replace, AllButtonsDecideTheRestWithoutAsking) {
     CreateDirectoryA(at("out").c_str(), NULL);
     const char* names[] = {"b1.txt", "b2.txt", "b3.txt"};
     HostContext host(&g_dll);
+    quiet(host);
     for (int round = 0; round < 2; round++) {
         for (int i = 0; i < 3; i++) {
             write_file(at(names[i]), "new");
@@ -167,6 +174,7 @@ TEST_F(Replace, NoQuestionForMissingTargetOrNoWarning) {
     write_file(at("src.txt"), "source");
     write_file(at("dst.txt"), "target");
     HostContext host(&g_dll);
+    quiet(host);
     DialogUser user({FW_SKIP});
     host.run("FileCopy(\"" + at("src.txt") + "\", \"" + at("new.txt") + "\", 1)\r\n"
              "FileCopy(\"" + at("src.txt") + "\", \"" + at("dst.txt") + "\", 0)\r\n");
@@ -183,6 +191,7 @@ TEST_F(Replace, FailedMoveLeavesSource) {
     HANDLE lock = CreateFileA(at("dst.txt").c_str(), GENERIC_READ, 0, NULL, OPEN_EXISTING, 0, NULL);
     ASSERT_NE(INVALID_HANDLE_VALUE, lock);
     HostContext host(&g_dll);
+    quiet(host);
     g_dll.services(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
     StderrCapture err;
     host.run("ErrorMode(@off)\r\nFileMove(\"" + at("src.txt") + "\", \"" + at("dst.txt") + "\", 0)\r\n"
