@@ -93,13 +93,14 @@ bool full_name(const char* name, char* out, unsigned cap) {
     NameParts np;
     name_split(name, &np);
     char drive[3] = {0, ':', 0};
-    drive[0] = np.drive[0] ? (char)(np.drive[0] & ~0x20) : current_drive();
-    if (!drive[0] || drive[0] < 'A' || drive[0] > 'Z') return false;
+    drive[0] = np.drive[0] ? np.drive[0] : current_drive();   // the name's drive as written
+    char letter = (char)(drive[0] & ~0x20);
+    if (letter < 'A' || letter > 'Z') return false;
     char dir[FULL_NAME_MAX];
     if (np.dir[0]) bounded_copy(nullptr, dir, np.dir, sizeof dir);
     else {
         char cur[MAX_PATH + 1];
-        if (!drive_current_dir(drive[0], cur, sizeof cur)) return false;
+        if (!drive_current_dir(letter, cur, sizeof cur)) return false;
         bounded_copy(nullptr, dir, cur + 2, sizeof dir);
     }
     out[0] = 0;
