@@ -32,17 +32,20 @@ void fn_ini_read_pvt(Context* ctx, Value* result, Value* args) {
 
 // IniWrite(section, key, value) -> 1; announces the changed section to
 // every top-level window (message 26 with the section in a shared block).
+// The block holds the section in UTF-16 and goes out through the wide send:
+// the system hands each window its own form of the text. (Under Wine an
+// ANSI broadcast reaches ANSI windows with the text garbled.)
 void fn_ini_write(Context* ctx, Value* result, Value* args) {
     const char* section = value_text(ctx, args[1]);
     WriteProfileStringA(section, value_text(ctx, args[2]), value_text(ctx, args[3]));
-    size_t n = strlen(section) + 1;
-    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE | GMEM_SHARE, n);
-    char* copy = block ? (char*)GlobalLock(block) : nullptr;
+    int n = MultiByteToWideChar(CP_ACP, 0, section, -1, nullptr, 0);
+    HGLOBAL block = n > 0 ? GlobalAlloc(GMEM_MOVEABLE | GMEM_SHARE, (SIZE_T)n * sizeof(WCHAR)) : nullptr;
+    WCHAR* copy = block ? (WCHAR*)GlobalLock(block) : nullptr;
     if (!copy) { if (block) GlobalFree(block); fail(ctx, 3096); return; }
-    memcpy(copy, section, n);
+    MultiByteToWideChar(CP_ACP, 0, section, -1, copy, n);
     DWORD_PTR answer;
     // A hung window must not hang the script: give up on it after 5 s.
-    SendMessageTimeoutA(HWND_BROADCAST, WM_WININICHANGE, 0, (LPARAM)copy, SMTO_ABORTIFHUNG, 5000, &answer);
+    SendMessageTimeoutW(HWND_BROADCAST, WM_WININICHANGE, 0, (LPARAM)copy, SMTO_ABORTIFHUNG, 5000, &answer);
     GlobalUnlock(block);
     GlobalFree(block);
     result->integer = 1;

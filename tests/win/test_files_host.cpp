@@ -170,3 +170,48 @@ TEST_F(FilesHost, LinesAcrossReadAheadBlocks) {
     EXPECT_EQ("0", host.get("bad"));
     EXPECT_EQ("484", host.get("last"));
 }
+
+// FileAppend copies every byte (NULs and Ctrl+Z included) in 32 KiB blocks.
+TEST_F(FilesHost, AppendCopiesAllBytesInBlocks) {
+    std::string source;
+    for (int i = 0; i < 100000; i++) source += (char)(i * 7 % 256);
+    write_file(at("src.bin"), source);
+    write_file(at("dst.bin"), "head");
+    HostContext host(&g_dll);
+    host.run("r = FileAppend(\"" + at("src.bin") + "\", \"" + at("dst.bin") + "\")\r\n");
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("1", host.get("r"));
+    std::string got = read_file(at("dst.bin"));
+    ASSERT_EQ(4u + source.size(), got.size());
+    EXPECT_TRUE(got == "head" + source);
+    EXPECT_EQ(source, read_file(at("src.bin")));
+}
+
+// IniWrite announces the changed section to the top-level windows.
+static std::string g_announced;
+static LRESULT CALLBACK listener_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
+    if (msg == WM_WININICHANGE && lp) g_announced += (const char*)lp + std::string(";");
+    return DefWindowProcA(w, msg, wp, lp);
+}
+
+TEST_F(FilesHost, IniWriteAnnouncesTheSection) {
+    WNDCLASSA wc = {};
+    wc.lpfnWndProc = listener_proc;
+    wc.hInstance = GetModuleHandleA(NULL);
+    wc.lpszClassName = "tslfiles_listener";
+    RegisterClassA(&wc);
+    HWND listener = CreateWindowA("tslfiles_listener", "listener", WS_OVERLAPPED, 0, 0, 10, 10, NULL, NULL,
+                                  GetModuleHandleA(NULL), NULL);
+    ASSERT_TRUE(listener != NULL);
+    g_announced.clear();
+    HostContext host(&g_dll);
+    host.run("r = IniWrite(\"TSL Announce Test\", \"k\", \"v\")\r\n"
+             "IniWritePvt(\"Private\", \"k\", \"v\", \"" + at("p.ini") + "\")\r\n"
+             "v = IniRead(\"TSL Announce Test\", \"k\", \"\")\r\n"
+             "IniDelete(\"TSL Announce Test\", @wholesection)\r\n");
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("1", host.get("r"));
+    EXPECT_EQ("v", host.get("v"));
+    EXPECT_EQ("TSL Announce Test;", g_announced);   // the private file announces nothing
+    DestroyWindow(listener);
+}
