@@ -198,6 +198,60 @@ TEST_F(Strings, ResultsThatDoNotFitLeaveNothingAllocated) {
     EXPECT_EQ(str(STRFILL, {"ab", 100}).error, 0);
 }
 
+// Random texts of single-byte and double-byte characters (some with trail
+// bytes that look like a backslash or a letter): the functions must agree
+// with each other and never split a character.
+TEST_F(Strings, RandomDoubleByteTextsHoldTogether) {
+    plat_native_set_dbcs(true);
+    const char* const pieces[] = {"a", "b", "\\", " ", "\x88\x9f", "\x95\x5c", "\x82\x61", "\xb1", "\xe0\x40"};
+    unsigned x = 2024;
+    auto next = [&x](unsigned n) { x = x * 1103515245u + 12345u; return (x >> 16) % n; };
+    for (int round = 0; round < 150; round++) {
+        std::vector<std::string> chars;
+        std::string s;
+        unsigned n = next(12);
+        for (unsigned i = 0; i < n; i++) {
+            chars.push_back(pieces[next(9)]);
+            s += chars.back();
+        }
+        ASSERT_EQ(int_of(STRCHARCOUNT, {s}), (int32_t)n) << "round " << round;
+        ASSERT_EQ(int_of(STRLEN, {s}), (int32_t)s.size()) << "round " << round;
+        for (unsigned k = 0; k <= n; k++) {
+            std::string head = text_of(STRSUB, {s, 1, (int32_t)k});
+            std::string tail = text_of(STRSUB, {s, (int32_t)k + 1, (int32_t)(n - k)});
+            ASSERT_EQ(head + tail, s) << "round " << round << " cut " << k;
+        }
+        if (n > 0) {
+            unsigned p = 1 + next(n), len = 1 + next(n - p + 1);
+            std::string sub = text_of(STRSUB, {s, (int32_t)p, (int32_t)len});
+            int32_t found = int_of(STRINDEX, {s, sub, 0, FWD});
+            ASSERT_GE(found, 1);
+            ASSERT_LE(found, (int32_t)p);
+            ASSERT_EQ(text_of(STRSUB, {s, found, (int32_t)len}), sub) << "round " << round;
+            int32_t back = int_of(STRINDEX, {s, sub, 0, BACK});
+            if (len == n) {
+                ASSERT_EQ(back, 0) << "a match ending at start = m is not found, round " << round;
+            } else {
+                ASSERT_GE(back, found);
+                ASSERT_EQ(text_of(STRSUB, {s, back, (int32_t)len}), sub) << "round " << round;
+            }
+            int32_t scan = int_of(STRSCAN, {s, chars[p - 1], 0, FWD});
+            ASSERT_GE(scan, 1);
+            ASSERT_EQ(chars[(size_t)scan - 1], chars[p - 1]) << "round " << round;
+        }
+        int32_t width = (int32_t)next(20);
+        std::string fixed = text_of(STRFIX, {s, pieces[next(9)], width});
+        ASSERT_EQ(fixed.size(), (size_t)width) << "round " << round;
+        for (const char* q = fixed.c_str(); *q; q = plat_char_next(q))
+            ASSERT_FALSE(plat_is_lead_byte((unsigned char)*q) && !q[1]) << "StrFix left half a character";
+        std::string chars_fixed = text_of(STRFIXCHARS, {s, pieces[next(9)], width});
+        ASSERT_EQ(int_of(STRCHARCOUNT, {chars_fixed}), width) << "round " << round;
+        ASSERT_EQ(int_of(STRCHARCOUNT, {text_of(STRFILL, {s, width})}), width) << "round " << round;
+        std::string upper = text_of(STRUPPER, {s});
+        ASSERT_EQ(int_of(STRCHARCOUNT, {upper}), (int32_t)n) << "round " << round;
+    }
+}
+
 // Each family's table entry sits at the keyword record of its function.
 TEST(ValueFamilies, EveryEntryIsTheFunctionOfItsKeywordRecord) {
     std::map<std::string, const FunctionFamily*> expect = {
