@@ -142,6 +142,58 @@ TEST_F(Items, DoubleByteDelimiterAndItems) {
     EXPECT_EQ(text_of(ITEMEXTRACT, {1, path, "\\"}), K5C);
 }
 
+// Random lists of random items, with a one-byte and a double-byte
+// delimiter: the functions must agree with the items the list was made of.
+TEST_F(Items, RandomListsAgreeWithTheirItems) {
+    plat_native_set_dbcs(true);
+    const char* const pieces[] = {"a", "b", "\x95\x5c", "\x81\x41", "\x88\x9f", "\xb1", ";"};
+    struct { const char* delim; const char* avoid; } kinds[] = {{";", ";"}, {"\x81\x40", "\x81\x40"}};
+    unsigned x = 77;
+    auto next = [&x](unsigned n) { x = x * 1103515245u + 12345u; return (x >> 16) % n; };
+    for (auto& kind : kinds) {
+        const std::string D = kind.delim;
+        for (int round = 0; round < 100; round++) {
+            std::vector<std::string> items(1 + next(8));
+            for (auto& it : items) {
+                for (unsigned k = next(4); k > 0; k--) {
+                    std::string piece = pieces[next(7)];
+                    if (piece != kind.avoid) it += piece;
+                }
+            }
+            std::string list;
+            for (size_t i = 0; i < items.size(); i++) list += (i ? D : "") + items[i];
+            if (next(2)) list += D;   // with or without a trailing delimiter
+            std::string ctx_note = "round " + std::to_string(round) + " list [" + list + "]";
+            for (size_t i = 0; i < items.size(); i++) {
+                ASSERT_EQ(text_of(ITEMEXTRACT, {(int32_t)i + 1, list, D}), items[i]) << ctx_note;
+                int32_t at = int_of(ITEMLOCATE, {items[i], list, D});
+                if (items[i].empty()) {
+                    ASSERT_EQ(at, 0) << ctx_note;
+                } else {
+                    ASSERT_GE(at, 1) << ctx_note;
+                    ASSERT_EQ(items[(size_t)at - 1], items[i]) << ctx_note;
+                }
+                std::string removed = text_of(ITEMREMOVE, {(int32_t)i + 1, list, D});
+                if (i + 1 < items.size()) {
+                    ASSERT_EQ(text_of(ITEMEXTRACT, {(int32_t)i + 1, removed, D}), items[i + 1]) << ctx_note;
+                }
+            }
+            std::string inserted = text_of(ITEMINSERT, {"new", (int32_t)next(items.size() + 1), list, D});
+            ASSERT_GE(int_of(ITEMLOCATE, {"new", inserted, D}), 1) << ctx_note;
+            std::string sorted = text_of(ITEMSORT, {list, D});
+            size_t nonempty = 0;
+            for (auto& it : items) nonempty += !it.empty();
+            ASSERT_EQ(int_of(ITEMCOUNT, {sorted, D}), (int32_t)nonempty) << ctx_note;
+            for (size_t i = 1; i < nonempty; i++) {
+                std::string a = text_of(ITEMEXTRACT, {(int32_t)i, sorted, D});
+                std::string b = text_of(ITEMEXTRACT, {(int32_t)i + 1, sorted, D});
+                std::vector<signed char> sa(a.begin(), a.end()), sb(b.begin(), b.end());
+                ASSERT_FALSE(sb < sa) << ctx_note << " sorted [" << sorted << "]";
+            }
+        }
+    }
+}
+
 TEST_F(Items, OutOfHeapLeavesNothingAllocated) {
     use_heap(700);
     std::string list(250, 'a');
