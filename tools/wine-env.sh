@@ -9,7 +9,9 @@
 # Wine's helper processes (the server, services, the desktop) outlive the
 # program and keep every descriptor they inherit, so nothing of Wine is
 # ever attached to a pipe of ours: programs write to files that are copied
-# to our own output once the program has ended.
+# to our own output once the program has ended. The debugger is switched
+# off (winedbg.exe=d): a crashing program ends at once with its status
+# instead of waiting in the debugger until the time-out.
 set -u
 cmd=${1:-}; state=${2:-}
 [ -n "$cmd" ] && [ -n "$state" ] || { echo "usage: $0 start|run|stop STATE ..." >&2; exit 2; }
@@ -19,7 +21,7 @@ state=$(mkdir -p "$state" && cd "$state" && pwd)
 common_env() {
     export WINEPREFIX="$state/prefix"
     export WINEDEBUG=-all
-    export WINEDLLOVERRIDES="mscoree,mshtml="
+    export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
     unset WINEARCH WINESERVER
 }
 
