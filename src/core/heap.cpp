@@ -53,6 +53,7 @@ void heap_init(uint8_t* h, uint32_t size) {
 }
 
 uint16_t heap_alloc(uint8_t* h, uint32_t n) {
+    if (n > HEAP_MAX_SIZE) return 0;  // no block is that large; n + 12 must not wrap
     uint32_t need = (n + HEAP_OVERHEAD + 3) & ~3u;
     if (need < HEAP_MIN_BLOCK) need = HEAP_MIN_BLOCK;
     uint32_t b = next_of(h, rd(h, ROVER));
