@@ -1,0 +1,216 @@
+// A fixture for the language core: a context with a heap and a variable
+// table of its own, a host command table (echo collects output, hfail
+// answers with a negative code), helpers that tokenize, evaluate and run
+// scripts, and a walk of the heap that checks every block.
+#pragma once
+#include <gtest/gtest.h>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+#include <vector>
+#include "core/context.h"
+#include "core/eval.h"
+#include "core/heap.h"
+#include "core/lexer.h"
+#include "core/plat_native_control.h"
+#include "core/runloop.h"
+#include "core/vars.h"
+
+namespace tsl {
+
+inline uint32_t heap_word(const uint8_t* h, uint32_t at) {
+    return (uint32_t)h[at] | (uint32_t)h[at + 1] << 8 | (uint32_t)h[at + 2] << 16 | (uint32_t)h[at + 3] << 24;
+}
+inline std::string heap_tag(const uint8_t* h, uint32_t at) { return std::string((const char*)h + at, 4); }
+
+// Walks a heap of `size` bytes block by block and along its free list.
+// Returns "" when whole, else what is wrong and where.
+inline std::string heap_check(const uint8_t* h, uint32_t size) {
+    std::string bad;
+    uint32_t b = 40, free_blocks = 0, total = 0;
+    bool prev_free = false;
+    while (b < size - 12) {
+        uint32_t n = heap_word(h, b + 4);
+        if (n < 28 || n % 4 || b + n > size - 12) return "block size " + std::to_string(n) + " at " + std::to_string(b);
+        std::string t = heap_tag(h, b);
+        bool is_free = t == "QRST";
+        if (!is_free && t != "5678") return "header tag at " + std::to_string(b);
+        if (heap_tag(h, b + n - 4) != t) return "footer tag at " + std::to_string(b);
+        if (is_free) {
+            if (heap_word(h, b + n - 8) != n) return "footer size at " + std::to_string(b);
+            if (prev_free) return "two free neighbours at " + std::to_string(b);
+            ++free_blocks;
+        }
+        prev_free = is_free;
+        total += n;
+        b += n;
+    }
+    if (b != size - 12 || heap_tag(h, b) != "5678") return "end marker at " + std::to_string(b);
+    if (total != size - 52) return "sizes do not add up";
+    uint32_t count = 0, prev = 0;
+    for (uint32_t f = heap_word(h, 8); f != 0; prev = f, f = heap_word(h, f + 8)) {
+        if (++count > free_blocks || heap_tag(h, f) != "QRST") return "free list at " + std::to_string(f);
+        if (heap_word(h, f + 12) != prev) return "free list back link at " + std::to_string(f);
+    }
+    if (count != free_blocks) return "free list misses blocks";
+    if (heap_word(h, 12) != prev) return "head's back link";
+    return "";
+}
+
+// Host commands: 0 echo(text) appends text and a line feed to the output;
+// 1 hfail(code) answers with the negative code; 2 six(a,b,c,d,e,f) declares
+// six arguments.
+inline int32_t core_host(PHandle, intptr_t host_value, int32_t, int32_t command, AnswerFn answer, void* record,
+                         const char* t1, const char*, const char*, const char*, const char*) {
+    std::string* out = reinterpret_cast<std::string*>(host_value);
+    switch (command) {
+    case 0: *out += t1; *out += "\n"; return 0;
+    case 1: return -atoi(t1);
+    default: return answer(0, 0, record, 0, 0, nullptr);
+    }
+}
+
+inline KeywordRecord host_keyword(uint16_t id, const char* name, uint16_t args, uint16_t mask) {
+    KeywordRecord r{};
+    r.id = id;
+    r.kind = KW_FUNCTION;
+    r.arg_count = args;
+    r.str_mask = mask;
+    r.name_len = (uint16_t)strlen(name);
+    memcpy(r.name, name, r.name_len);
+    return r;
+}
+
+struct Token {
+    uint16_t kind;
+    int16_t id;
+    std::string text;
+};
+
+class CoreTest : public ::testing::Test {
+protected:
+    std::unique_ptr<Context> holder{new Context()};
+    Context* ctx = holder.get();
+    std::vector<uint8_t> heap;
+    std::vector<VarSlot> vars;
+    std::vector<char> script;     // the buffer of the last run (goto writes into it)
+    std::string out;              // what echo wrote
+    std::string line;             // the buffer get_token reads
+    KeywordRecord table[4] = {host_keyword(0, "echo", 1, 1), host_keyword(1, "hfail", 1, 1),
+                              host_keyword(2, "six", 6, 0), KeywordRecord{}};
+
+    void SetUp() override {
+        use_heap(HEAP_MAX_SIZE);
+        use_vars(200);
+        ctx->host_table = table;
+        ctx->host_proc = core_host;
+        ctx->host_value = (intptr_t)&out;
+        ctx->exclusive = 1;
+        plat_set_console_mode(false);
+        plat_native_set_no_sleep(true);
+        plat_native_set_box_answer(0);
+        plat_native_set_dbcs(false);
+        plat_native_break_after(0);
+        plat_native_take_boxes();
+    }
+    void TearDown() override {
+        plat_set_console_mode(true);
+        plat_native_set_box_answer(0);
+        plat_native_set_dbcs(false);
+        plat_native_break_after(0);
+        plat_native_take_boxes();
+    }
+
+    void use_heap(uint32_t size) {
+        heap.assign(size, 0);
+        heap_init(heap.data(), size);
+        ctx->heap = heap.data();
+        ctx->heap_size = size;
+    }
+    void use_vars(uint16_t capacity) {
+        vars.assign(capacity, VarSlot{});
+        ctx->vars = vars.data();
+        ctx->var_capacity = capacity;
+        ctx->var_count = 0;
+    }
+    uint32_t free_bytes() { return heap_free_bytes(heap.data()); }
+    std::string check() { return heap_check(heap.data(), (uint32_t)heap.size()); }
+
+    // Points the lexer at a copy of `text` and reads the first token.
+    void start(const std::string& text) {
+        line = text;
+        ctx->cursor = line.c_str();
+        ctx->error = 0;
+        get_token(ctx);
+    }
+    // All tokens of a text up to the end of the statement or an error.
+    std::vector<Token> tokens(const std::string& text) {
+        std::vector<Token> v;
+        start(text);
+        while (!ctx->error && ctx->tok_kind != T_END) {
+            v.push_back(Token{ctx->tok_kind, ctx->tok_id, ctx->tok_text});
+            get_token(ctx);
+        }
+        return v;
+    }
+
+    struct Eval {
+        uint16_t error;
+        int32_t integer;
+        uint32_t flags;
+        std::string text;
+        uint16_t source;
+    };
+    // Evaluates an expression as a statement does; the value's text is
+    // copied out and freed, and the heap must have all its bytes back.
+    Eval eval(const std::string& expr) {
+        uint32_t before = free_bytes() + var_text_bytes();
+        start(expr);
+        Value v{0, 0, NO_VARIABLE, 0};
+        if (!ctx->error) eval_expression(ctx, &v);
+        Eval r{ctx->error, v.integer, v.flags, v.string ? value_text(ctx, v) : "", v.source};
+        if (v.string) heap_free(ctx->heap, v.string);
+        // Variables keep copies of their texts: count those as free.
+        leaked = (int32_t)before - (int32_t)(free_bytes() + var_text_bytes());
+        return r;
+    }
+    int32_t leaked = 0;   // heap bytes the last eval did not give back
+    uint32_t var_text_bytes() {
+        uint32_t kept = 0;
+        for (unsigned i = 0; i < ctx->var_count; ++i)
+            if (vars[i].value.string) kept += heap_word(heap.data(), vars[i].value.string - 4u);
+        return kept;
+    }
+
+    // Runs a script through run_script in a writable buffer of our own.
+    void run(const std::string& text) {
+        script.assign(text.begin(), text.end());
+        script.push_back(0);
+        out.clear();
+        run_script(ctx, script.data());
+    }
+    void rerun() {
+        out.clear();
+        run_script(ctx, script.data());
+    }
+
+    int32_t var_int(const char* name) {
+        uint16_t s = var_find_slot(ctx, name);
+        EXPECT_NE(s, NO_VARIABLE) << name << " exists";
+        return s == NO_VARIABLE ? 0 : vars[s].value.integer;
+    }
+    std::string var_text(const char* name) {
+        char buf[LINE_BUF];
+        uint16_t saved = ctx->error;
+        if (!var_get_text(ctx, name, buf, sizeof buf)) buf[0] = 0;
+        ctx->error = saved;
+        return buf;
+    }
+    bool defined(const char* name) {
+        uint16_t s = var_find_slot(ctx, name);
+        return s != NO_VARIABLE && (vars[s].value.flags & 3);
+    }
+};
+
+} // namespace tsl
