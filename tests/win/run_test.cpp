@@ -340,3 +340,81 @@ TEST_F(Run, RunStartedByAHostCommandGivesTheOuterRunItsStateBack) {
     host.unlock();
     EXPECT_EQ(0, GlobalFlags(host.heap) & GMEM_LOCKCOUNT);
 }
+
+// --- the message pump between lines ---
+
+static int g_user_messages;
+static LRESULT CALLBACK counting_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
+    if (msg == WM_USER + 7) ++g_user_messages;
+    return DefWindowProcA(w, msg, wp, lp);
+}
+
+TEST_F(Run, PumpDispatchesTheHostsMessagesAndLeavesWmQuitToTheHost) {
+    WNDCLASSA wc = {};
+    wc.lpfnWndProc = counting_proc;
+    wc.hInstance = GetModuleHandleA(NULL);
+    wc.lpszClassName = "tsl_counting";
+    RegisterClassA(&wc);
+    HWND w = CreateWindowA("tsl_counting", "", 0, 0, 0, 10, 10, NULL, NULL, wc.hInstance, NULL);
+    ASSERT_NE(nullptr, w);
+    HostContext host(&g_dll);
+    g_user_messages = 0;
+    for (int i = 0; i < 5; ++i) PostMessageA(w, WM_USER + 7, 0, 0);
+    EXPECT_EQ(1, host.run("a = 1\r\n"));
+    EXPECT_EQ(5, g_user_messages) << "messages posted before the run were not dispatched";
+
+    PostQuitMessage(3);
+    EXPECT_EQ(1, host.run("a = 2\r\n"));
+    MSG msg;
+    ASSERT_TRUE(PeekMessageA(&msg, NULL, WM_QUIT, WM_QUIT, PM_REMOVE)) << "WM_QUIT was swallowed";
+    EXPECT_EQ(3u, msg.wParam);
+    EXPECT_EQ("2", host.get("a"));
+    DestroyWindow(w);
+}
+
+static HostContext* g_quiet_host;
+static int g_quiet_idle;
+static long WINAPI quiet_break_proc(HWND, LPARAM, long, long command, TslAnswerProc, void*, LPCSTR, LPCSTR,
+                                    LPCSTR, LPCSTR, LPCSTR) {
+    if (command == TSL_COMMAND_IDLE && ++g_quiet_idle == 1) {
+        // The host switches the break report off and the user presses Ctrl+Break.
+        g_quiet_host->service(TSL_SERVICE_BREAK_REPORT, 0);
+        BYTE keys[256];
+        GetKeyboardState(keys);
+        keys[VK_CONTROL] = keys[VK_CANCEL] = 0x80;
+        SetKeyboardState(keys);
+    }
+    return 0;
+}
+
+TEST_F(Run, BreakWithTheReportSwitchedOffEndsTheRunSilently) {
+    HostContext host(&g_dll);
+    g_quiet_host = &host;
+    g_quiet_idle = 0;
+    host.service(TSL_SERVICE_IDLE_CALLS, 1);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
+    BYTE saved[256];
+    GetKeyboardState(saved);
+    std::string out;
+    {
+        StderrCapture err;
+        EXPECT_EQ(1, host.run("a = 1\r\nb = 2\r\nc = 3\r\n", quiet_break_proc, nullptr));
+        out = err.text();
+    }
+    saved[VK_CONTROL] = saved[VK_CANCEL] = 0;
+    SetKeyboardState(saved);
+    g_dll.services(NULL, TSL_SERVICE_CONSOLE, 0, 0, 0);
+    EXPECT_EQ(1, host.service(TSL_SERVICE_RUN_BREAK));
+    EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_RESULT));
+    EXPECT_EQ("", out) << "a break with the report off showed something";
+    EXPECT_EQ("<undefined>", host.get("c"));
+    tsl::Context* c = host.lock();
+    EXPECT_EQ(0, c->break_report);
+    host.unlock();
+    // The next run starts with the report on again.
+    host.service(TSL_SERVICE_IDLE_CALLS, 0);
+    EXPECT_EQ(1, host.run("a = 5\r\n"));
+    c = host.lock();
+    EXPECT_EQ(1, c->break_report);
+    host.unlock();
+}
