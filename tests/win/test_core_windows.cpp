@@ -383,53 +383,78 @@ TEST_F(CoreWindows, GotoFromOutsideTheScriptTextIsNotCached) {
 
 // --- the language file ---
 
-// TSLDLANG.DLL (an INI text) next to the interpreter, removed at the end.
-struct LanguageFile {
-    char path[MAX_PATH];
-    LanguageFile(const char* text) {
-        GetModuleFileNameA(g_dll.module, path, sizeof path);
-        strcpy(strrchr(path, '\\') + 1, "TSLDLANG.DLL");
-        HANDLE f = CreateFileA(path, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);
+// A private copy of the interpreter in a directory of its own, with
+// TSLDLANG.DLL (an INI text) beside it: other programs that run at the same
+// time use the interpreter of the build directory and never see the file.
+struct LanguageCopy {
+    char dir[MAX_PATH], dll_path[MAX_PATH], lang_path[MAX_PATH];
+    Dll dll;
+    explicit LanguageCopy(const char* text) {
+        char temp[MAX_PATH], source[MAX_PATH];
+        GetTempPathA(sizeof temp, temp);
+        snprintf(dir, sizeof dir, "%stslcore-lang-%lu", temp, GetCurrentProcessId());
+        CreateDirectoryA(dir, NULL);
+        GetModuleFileNameA(g_dll.module, source, sizeof source);
+        snprintf(dll_path, sizeof dll_path, "%s\\TSLLANGT.DLL", dir);
+        snprintf(lang_path, sizeof lang_path, "%s\\TSLDLANG.DLL", dir);
+        CopyFileA(source, dll_path, FALSE);
+        HANDLE f = CreateFileA(lang_path, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);
         DWORD n;
         WriteFile(f, text, (DWORD)strlen(text), &n, NULL);
         CloseHandle(f);
+        dll.module = LoadLibraryA(dll_path);
+        if (!dll.module) return;
+        dll.init = (TslDoDaDllInitProc)(void*)GetProcAddress(dll.module, "DoDaDllInit");
+        dll.run = (TslProcessDaBatBufferProc)(void*)GetProcAddress(dll.module, "ProcessDaBatBuffer");
+        dll.services = (TslDLLServicesProc)(void*)GetProcAddress(dll.module, "DLLServices");
     }
-    ~LanguageFile() { DeleteFileA(path); }
+    bool ok() const { return dll.module && dll.init && dll.run && dll.services; }
+    ~LanguageCopy() {
+        dll.unload();
+        DeleteFileA(lang_path);
+        DeleteFileA(dll_path);
+        RemoveDirectoryA(dir);
+    }
 };
 
 TEST_F(CoreWindows, LanguageFileTextsReplaceTheTableWithLineBreaksAndTabs) {
-    LanguageFile file("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n"
-                      "X3062=Zero~divisor\r\n");
+    LanguageCopy copy("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\nX3062=Zero~divisor\r\n");
+    ASSERT_TRUE(copy.ok());
     SettingOverride language("MAIN", "Language", "TESTLANG");
-    std::unique_ptr<HostContext> host(new_host());
-    User user([](const SeenBox&) { return IDOK; });
-    host->run(crlf({"x = 1 +"}));
-    host->run(crlf({"v = VersionDll()", "x = 1 / 0"}));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(2u, seen.size());
-    EXPECT_EQ("3061:  Bad\nsyntax\there", seen[0].caption);
-    EXPECT_EQ("3062:  Zero\ndivisor", seen[1].caption);
-    EXPECT_EQ("1.3a", host->get("v")) << "numbers below 100 always come from the table";
+    {
+        HostContext host(&copy.dll);
+        User user([](const SeenBox&) { return IDOK; });
+        host.run(crlf({"x = 1 +"}));
+        host.run(crlf({"v = VersionDll()", "x = 1 / 0"}));
+        user.finish();
+        auto seen = user.seen();
+        ASSERT_EQ(2u, seen.size());
+        EXPECT_EQ("3061:  Bad\nsyntax\there", seen[0].caption);
+        EXPECT_EQ("3062:  Zero\ndivisor", seen[1].caption);
+        EXPECT_EQ("1.3a", host.get("v")) << "numbers below 100 always come from the table";
+    }
 }
 
 TEST_F(CoreWindows, LanguageXXXOrAMissingKeyUsesTheTable) {
-    LanguageFile file("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n");
+    LanguageCopy copy("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n");
+    ASSERT_TRUE(copy.ok());
     std::unique_ptr<SettingOverride> language(new SettingOverride("MAIN", "Language", "XXX"));
-    std::unique_ptr<HostContext> host(new_host());
-    User user([](const SeenBox&) { return IDOK; });
-    host->run(crlf({"x = 1 +"}));
-    // Switched while the context lives: IntControl 26 reads the setting again.
-    language.reset();  // restore first, then set anew
-    language.reset(new SettingOverride("MAIN", "Language", "TESTLANG"));
-    host->run(crlf({"IntControl(26, \"\", \"\", \"\", \"\")", "x = 1 +"}));
-    host->run(crlf({"x = 1 / 0"}));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(3u, seen.size());
-    EXPECT_EQ("3061:  Illegal Syntax", seen[0].caption);
-    EXPECT_EQ("3061:  Bad\nsyntax\there", seen[1].caption);
-    EXPECT_EQ("3062:  Attempt to divide by zero", seen[2].caption) << "a key the file lacks";
+    {
+        HostContext host(&copy.dll);
+        User user([](const SeenBox&) { return IDOK; });
+        host.run(crlf({"x = 1 +"}));
+        // Switched while the context lives: IntControl 26 reads the setting again.
+        language.reset();  // restore first, then set anew
+        language.reset(new SettingOverride("MAIN", "Language", "TESTLANG"));
+        host.run(crlf({"IntControl(26, \"\", \"\", \"\", \"\")", "x = 1 +"}));
+        host.run(crlf({"x = 1 / 0"}));
+        user.finish();
+        auto seen = user.seen();
+        ASSERT_EQ(3u, seen.size());
+        EXPECT_EQ("3061:  Illegal Syntax", seen[0].caption);
+        EXPECT_EQ("3061:  Bad\nsyntax\there", seen[1].caption);
+        EXPECT_EQ("3062:  Attempt to divide by zero", seen[2].caption) << "a key the file lacks";
+    }
 }
 
 // --- the statement trace ---
