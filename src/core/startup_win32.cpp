@@ -284,8 +284,9 @@ extern "C" BOOL WINAPI LibMain(HINSTANCE module, DWORD, LPVOID) {
 }
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID reserved) {
-    if (reason == DLL_PROCESS_DETACH && g_process_ready) {
-        // Classes a DLL registers outlive it; a later load would find them taken.
+    if (reason == DLL_PROCESS_DETACH && !reserved && g_process_ready) {
+        // Classes a DLL registers outlive it; a later load would find them
+        // taken. (At process exit, reserved != NULL, nothing needs undoing.)
         unregister_classes();
         if (g_texture_brush) DeleteObject(g_texture_brush);
         g_texture_brush = NULL;
