@@ -5,7 +5,7 @@ set -euo pipefail
 export DEBIAN_FRONTEND=noninteractive
 packages=(cmake ninja-build g++ gcc make g++-mingw-w64-x86-64 g++-mingw-w64-i686
           binutils-mingw-w64-x86-64 binutils-mingw-w64-i686 wine wine64 xvfb xauth
-          googletest clang libclang-rt-14-dev regina-rexx locales python3)
+          googletest clang libclang-rt-14-dev regina-rexx locales)
 missing=()
 for p in "${packages[@]}"; do
     dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
