@@ -31,15 +31,15 @@ void set_call_parameters(Context* ctx, const char* p) {
                 char q = *p++;
                 while (*p) {
                     if (*p == q) {
-                        if (p[1] == q) { if (n < LINE_MAX) word[n++] = q; p += 2; continue; }
+                        if (p[1] == q) { if (n < SCRIPT_LINE_MAX) word[n++] = q; p += 2; continue; }
                         ++p;
                         break;
                     }
-                    if (n < LINE_MAX) word[n++] = *p;
+                    if (n < SCRIPT_LINE_MAX) word[n++] = *p;
                     ++p;
                 }
             } else {
-                if (n < LINE_MAX) word[n++] = *p;
+                if (n < SCRIPT_LINE_MAX) word[n++] = *p;
                 ++p;
             }
         }

@@ -11,9 +11,9 @@
 namespace tsl {
 
 const unsigned CONTEXT_SIZE = 8016;   // what DoDaDllInit mode 0 reports
-const unsigned LINE_MAX = 256;        // characters of a script line
-const unsigned LINE_BUF = LINE_MAX + 1;
-const unsigned NAME_MAX = 30;         // characters of a name
+const unsigned SCRIPT_LINE_MAX = 256;        // characters of a script line
+const unsigned LINE_BUF = SCRIPT_LINE_MAX + 1;
+const unsigned VAR_NAME_MAX = 30;         // characters of a name
 const unsigned TOKEN_BUF = 260;       // a 256-character literal, a DBCS half, the NUL
 const unsigned FILE_SLOTS = 5;
 const unsigned FILE_LINE_MAX = 1258;  // bytes of a line read by FileRead

@@ -30,7 +30,7 @@ static void read_literal(Context* ctx) {
     char quote = *s++;
     unsigned n = 0;
     char* out = ctx->tok_text;
-    while (*s && n < LINE_MAX) {
+    while (*s && n < SCRIPT_LINE_MAX) {
         if (*s == quote) {
             ++s;
             if (*s == quote && n < 4) { out[n++] = *s++; continue; }
@@ -49,7 +49,7 @@ static void read_name(Context* ctx) {
     const char* s = ctx->cursor;
     unsigned n = 0;
     while (word_char((unsigned char)*s) || *s == '.') {
-        if (n == NAME_MAX) { fail(ctx, 3055); return; }
+        if (n == VAR_NAME_MAX) { fail(ctx, 3055); return; }
         ctx->tok_text[n++] = *s++;
     }
     ctx->tok_text[n] = 0;
@@ -128,7 +128,7 @@ void read_word(Context* ctx) {
     if (!word_char((unsigned char)*s)) { fail(ctx, 3054); return; }
     unsigned n = 0;
     while (word_char((unsigned char)*s) || (plat_is_lead_byte((unsigned char)*s) && s[1])) {
-        if (n == LINE_MAX + 1) { fail(ctx, 3053); return; }
+        if (n >= SCRIPT_LINE_MAX + 1) { fail(ctx, 3053); return; }
         if (plat_is_lead_byte((unsigned char)*s) && n + 1 < TOKEN_BUF - 1) ctx->tok_text[n++] = *s++;
         ctx->tok_text[n++] = *s++;
     }

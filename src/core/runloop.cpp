@@ -21,7 +21,7 @@ int read_line(const char* script, uint32_t length, uint16_t* pos, uint16_t* line
     while (p < end && (*p == ' ' || *p == '\t' || *p == '\n')) ++p;
     if (p < end && *p != '\r' && *p != 26) *line_start = (uint16_t)(p - script);
     char* out = line;
-    char* out_end = line + LINE_MAX;
+    char* out_end = line + SCRIPT_LINE_MAX;
     while (p < end && out < out_end) {
         unsigned char c = (unsigned char)*p++;
         if (c > 26) { *out++ = (char)c; continue; }

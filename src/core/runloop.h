@@ -4,7 +4,7 @@
 
 namespace tsl {
 
-// Reads the next line (at most LINE_MAX bytes; CR or Ctrl+Z ends it, LF is
+// Reads the next line (at most SCRIPT_LINE_MAX bytes; CR or Ctrl+Z ends it, LF is
 // dropped, leading blanks skipped). Returns 0 at the end of the text.
 int read_line(const char* script, uint32_t length, uint16_t* pos, uint16_t* line_start, char* line);
 

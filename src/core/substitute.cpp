@@ -15,28 +15,28 @@ int substitute_variables(Context* ctx, char* line) {
     bool substituted = false;
     for (const char* s = line; *s;) {
         if (*s != '%') {
-            if (n >= LINE_MAX) return fail(ctx, 3101);
+            if (n >= SCRIPT_LINE_MAX) return fail(ctx, 3101);
             out[n++] = *s++;
             continue;
         }
         if (s[1] == '%') {
-            if (n >= LINE_MAX) return fail(ctx, 3101);
+            if (n >= SCRIPT_LINE_MAX) return fail(ctx, 3101);
             out[n++] = '%';
             s += 2;
             continue;
         }
-        char name[NAME_MAX + 1];
+        char name[VAR_NAME_MAX + 1];
         unsigned k = 0;
         const char* p = s + 1;
         while (name_char((unsigned char)*p)) {
-            if (k == NAME_MAX) return fail(ctx, 3047);
+            if (k == VAR_NAME_MAX) return fail(ctx, 3047);
             name[k++] = *p++;
         }
         name[k] = 0;
         if (k == 0 || *p != '%') return fail(ctx, 3048);
         char value[LINE_BUF];
         if (!var_get_text(ctx, name, value, sizeof value)) return fail(ctx, 3050);
-        for (const char* v = value; *v && n < LINE_MAX; ++v) out[n++] = *v;
+        for (const char* v = value; *v && n < SCRIPT_LINE_MAX; ++v) out[n++] = *v;
         s = p + 1;
         substituted = true;
     }
