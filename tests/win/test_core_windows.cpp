@@ -1,15 +1,8 @@
 // The language core with real windows: report boxes under each error mode,
-// the "EXECUTE::" box, a user break typed as Ctrl+Break, the goto cache in
-// the host's buffer and the language file. A second thread plays the user:
-// it waits for each message box of this process, reads it and presses a
-// button.
-#include <gtest/gtest.h>
-#include <atomic>
-#include <functional>
-#include <mutex>
-#include <thread>
-#include <vector>
-#include "host_harness.h"
+// the "EXECUTE::" box, the statement trace, the goto cache in the host's
+// buffer and the language file. A second thread plays the user
+// (core_user.h). The user break typed on the keyboard is in test_core_break.cpp.
+#include "core_user.h"
 
 static Dll g_dll;
 
@@ -18,104 +11,10 @@ protected:
     static void SetUpTestSuite() { ASSERT_TRUE(g_dll.load()) << "TSLPR32I.dll or its entries missing"; }
 };
 
-static const char kIdent[] = "Core test host";
-static const char kFooter[] = "\n\nCore test host\nTSL Version: 1.3a";
-
-// --- the user thread ---
-
-struct SeenBox {
-    std::string caption, text;
-    bool ok = false, cancel = false;
-};
-
-static BOOL CALLBACK collect_static(HWND child, LPARAM lp) {
-    char cls[32], text[1024];
-    GetClassNameA(child, cls, sizeof cls);
-    if (lstrcmpiA(cls, "Static") == 0 && GetWindowTextA(child, text, sizeof text) > 0) {
-        std::string* out = (std::string*)lp;
-        if (!out->empty()) *out += "|";
-        *out += text;
-    }
-    return TRUE;
-}
-
-struct BoxSearch { HWND found; HWND skip; };
-
-static BOOL CALLBACK find_box(HWND w, LPARAM lp) {
-    BoxSearch* s = (BoxSearch*)lp;
-    DWORD pid = 0;
-    GetWindowThreadProcessId(w, &pid);
-    char cls[16];
-    if (pid != GetCurrentProcessId() || w == s->skip || !IsWindowVisible(w)) return TRUE;
-    if (!GetClassNameA(w, cls, sizeof cls) || strcmp(cls, "#32770") != 0) return TRUE;
-    s->found = w;
-    return FALSE;
-}
-
-// Answers every message box of this process with the button that `answer`
-// chooses for it (IDOK, IDCANCEL), and keeps what it saw.
-class User {
-public:
-    explicit User(std::function<int(const SeenBox&)> answer) : answer_(answer), thread_([this] { loop(); }) {}
-    ~User() { finish(); }
-    void finish() {
-        stop_ = true;
-        if (thread_.joinable()) thread_.join();
-    }
-    std::vector<SeenBox> seen() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return seen_;
-    }
-
-private:
-    void loop() {
-        HWND last = NULL;
-        while (!stop_) {
-            BoxSearch s{NULL, last};
-            EnumWindows(find_box, (LPARAM)&s);
-            if (s.found) {
-                Sleep(50);  // let the box finish painting its controls
-                SeenBox b;
-                char caption[300] = "";
-                GetWindowTextA(s.found, caption, sizeof caption);
-                b.caption = caption;
-                EnumChildWindows(s.found, collect_static, (LPARAM)&b.text);
-                b.ok = GetDlgItem(s.found, IDOK) != NULL;
-                b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
-                {
-                    std::lock_guard<std::mutex> lock(mutex_);
-                    seen_.push_back(b);
-                }
-                int id = answer_(b);
-                PostMessageA(s.found, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), 0);
-                last = s.found;
-            }
-            Sleep(20);
-        }
-    }
-    std::function<int(const SeenBox&)> answer_;
-    std::atomic<bool> stop_{false};
-    std::mutex mutex_;
-    std::vector<SeenBox> seen_;
-    std::thread thread_;
-};
-
-static std::string crlf(const std::vector<std::string>& lines) {
-    std::string s;
-    for (auto& l : lines) s += l + "\r\n";
-    return s;
-}
-
-static HostContext* new_host() {
-    HostContext* h = new HostContext(&g_dll);
-    h->service(TSL_SERVICE_IDENT, (LPARAM)kIdent);
-    return h;
-}
-
 // --- the error report box ---
 
 TEST_F(CoreWindows, NotifyReportOkGoesOnWithTheNextLine) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDOK; });
     EXPECT_EQ(1, host->run(crlf({"ErrorMode(@notify)", "x = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "y = 2"})));
     user.finish();
@@ -132,7 +31,7 @@ TEST_F(CoreWindows, NotifyReportOkGoesOnWithTheNextLine) {
 }
 
 TEST_F(CoreWindows, NotifyReportCancelStopsTheRun) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDCANCEL; });
     EXPECT_EQ(1, host->run(crlf({"ErrorMode(@notify)", "a.b = 1", "y = 2"})));
     user.finish();
@@ -158,7 +57,7 @@ TEST_F(CoreWindows, ReportBoxesOfEachModeAndSeverity) {
         {"@cancel", "goto nowhere", "3033:  GoTo label not found", false, false},
     };
     for (unsigned i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
-        std::unique_ptr<HostContext> host(new_host());
+        std::unique_ptr<HostContext> host(new_host(&g_dll));
         User user([](const SeenBox&) { return IDOK; });
         EXPECT_EQ(1, host->run(crlf({std::string("ErrorMode(") + rows[i].mode + ")", rows[i].line, "y = 2"})));
         user.finish();
@@ -173,7 +72,7 @@ TEST_F(CoreWindows, ReportBoxesOfEachModeAndSeverity) {
 }
 
 TEST_F(CoreWindows, OffHidesMinorErrorsWithoutABox) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDOK; });
     EXPECT_EQ(1, host->run(crlf({"ErrorMode(@off)", "x = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "e = LastError()"})));
     user.finish();
@@ -183,7 +82,7 @@ TEST_F(CoreWindows, OffHidesMinorErrorsWithoutABox) {
 }
 
 TEST_F(CoreWindows, ErrorModeStartsAtCancelInEveryRun) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDOK; });
     EXPECT_EQ(1, host->run(crlf({"ErrorMode(@off)"})));
     EXPECT_EQ(1, host->run(crlf({"m = ErrorMode(@cancel)"})));
@@ -194,7 +93,7 @@ TEST_F(CoreWindows, ErrorModeStartsAtCancelInEveryRun) {
 // --- execute ---
 
 TEST_F(CoreWindows, ExecuteBoxOkGoesOn) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDOK; });
     EXPECT_EQ(1, host->run(crlf({"execute x = 1 +", "y = 2"})));
     user.finish();
@@ -209,7 +108,7 @@ TEST_F(CoreWindows, ExecuteBoxOkGoesOn) {
 }
 
 TEST_F(CoreWindows, ExecuteBoxCancelStopsSilentlyWith9013) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDCANCEL; });
     EXPECT_EQ(1, host->run(crlf({"execute goto nowhere", "y = 2"})));
     user.finish();
@@ -221,87 +120,38 @@ TEST_F(CoreWindows, ExecuteBoxCancelStopsSilentlyWith9013) {
     EXPECT_EQ("<undefined>", host->get("y"));
 }
 
-// --- the user break ---
-
-static void key(BYTE vk, bool down) {
-    keybd_event(vk, (BYTE)MapVirtualKeyA(vk, 0), down ? 0 : KEYEVENTF_KEYUP, 0);
-}
-
-TEST_F(CoreWindows, CtrlBreakTypedByTheUserStopsALoop) {
-    std::unique_ptr<HostContext> host(new_host());
-    HWND owner = CreateWindowA("STATIC", "core break test", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 10, 200, 100,
-                               NULL, NULL, NULL, NULL);
+TEST_F(CoreWindows, NestedExecuteAsksAgainWithCancelledAndBoxesAreOwnedByTheOwner) {
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    HWND owner = CreateWindowA("STATIC", "core owner test", WS_OVERLAPPEDWINDOW, 10, 10, 200, 100, NULL, NULL,
+                               NULL, NULL);
     ASSERT_NE(nullptr, owner);
-    SetForegroundWindow(owner);
-    SetFocus(owner);
-    std::atomic<bool> released(false);
-    User user([&](const SeenBox&) {
-        key(VK_CANCEL, false);
-        key(VK_CONTROL, false);
-        released = true;
-        return IDOK;
-    });
-    std::thread typist([&] {
-        Sleep(500);
-        key(VK_CONTROL, true);
-        key(VK_CANCEL, true);
-        for (int i = 0; i < 250 && !released; ++i) Sleep(20);
-        if (!released) { key(VK_CANCEL, false); key(VK_CONTROL, false); }
-    });
-    DWORD start = GetTickCount();
-    EXPECT_EQ(1, host->run(crlf({"n = 0", ":again", "n = n + 1", "goto again"}), nullptr, nullptr, owner));
-    DWORD took = GetTickCount() - start;
-    typist.join();
+    User user([](const SeenBox&) { return IDCANCEL; });
+    EXPECT_EQ(1, host->run(crlf({"execute execute x = 1 +", "y = 2"}), nullptr, nullptr, owner));
     user.finish();
     auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size());
-    EXPECT_EQ("192:  Execution ended", seen[0].caption);
-    EXPECT_EQ(std::string("Execution terminated by user request or error") + kFooter, seen[0].text);
-    EXPECT_TRUE(seen[0].ok);
-    EXPECT_FALSE(seen[0].cancel) << "the break report is fatal: OK only";
-    EXPECT_EQ(1, host->service(TSL_SERVICE_RUN_BREAK));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
-    EXPECT_LT(took, 5000u);
-    int n = atoi(host->get("n").c_str());
-    EXPECT_GT(n, 3) << "the loop ran until the break";
+    ASSERT_EQ(2u, seen.size());
+    EXPECT_EQ("EXECUTE::Illegal Syntax", seen[0].caption);
+    EXPECT_EQ("EXECUTE::Cancelled", seen[1].caption) << "the outer execute reports the inner Cancel";
+    for (auto& b : seen) {
+        EXPECT_EQ("execute execute x = 1 +", b.text);
+        EXPECT_EQ(owner, b.owner);
+    }
+    EXPECT_EQ(9013, host->service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("<undefined>", host->get("y"));
     DestroyWindow(owner);
 }
 
-static HostContext* g_quiet_host;
-static long WINAPI quiet_break(HWND, LPARAM, long, long command, TslAnswerProc, void*, LPCSTR, LPCSTR, LPCSTR,
-                               LPCSTR, LPCSTR) {
-    if (command == TSL_COMMAND_IDLE) g_quiet_host->service(TSL_SERVICE_BREAK_REPORT, 0);
-    return 0;
-}
-
-TEST_F(CoreWindows, CtrlBreakWithoutItsReportEndsTheRunSilently) {
-    std::unique_ptr<HostContext> host(new_host());
-    HWND owner = CreateWindowA("STATIC", "core break test 2", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 10, 200, 100,
-                               NULL, NULL, NULL, NULL);
+TEST_F(CoreWindows, ReportBoxIsOwnedByTheRunsOwnerWindow) {
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    HWND owner = CreateWindowA("STATIC", "core owner test 2", WS_OVERLAPPEDWINDOW, 10, 10, 200, 100, NULL, NULL,
+                               NULL, NULL);
     ASSERT_NE(nullptr, owner);
-    SetForegroundWindow(owner);
-    SetFocus(owner);
     User user([](const SeenBox&) { return IDOK; });
-    std::atomic<bool> stop(false);
-    std::thread typist([&] {
-        Sleep(500);
-        key(VK_CONTROL, true);
-        key(VK_CANCEL, true);
-        for (int i = 0; i < 250 && !stop; ++i) Sleep(20);
-        key(VK_CANCEL, false);
-        key(VK_CONTROL, false);
-    });
-    // The switch is on at the start of every run; the host's idle call turns it off.
-    g_quiet_host = host.get();
-    static const TslKeywordRecord none[] = {{0, 0, 0, 0, 0, ""}};
-    host->service(TSL_SERVICE_IDLE_CALLS, 1);
-    EXPECT_EQ(1, host->run(crlf({"n = 0", ":again", "n = n + 1", "goto again"}), quiet_break, none, owner));
-    stop = true;
-    typist.join();
+    EXPECT_EQ(1, host->run(crlf({"x = 1 +"}), nullptr, nullptr, owner));
     user.finish();
-    EXPECT_EQ(0u, user.seen().size());
-    EXPECT_EQ(1, host->service(TSL_SERVICE_RUN_BREAK));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
+    auto seen = user.seen();
+    ASSERT_EQ(1u, seen.size());
+    EXPECT_EQ(owner, seen[0].owner);
     DestroyWindow(owner);
 }
 
@@ -333,7 +183,7 @@ static unsigned cached_position(const std::string& s, size_t at) {
 }
 
 TEST_F(CoreWindows, GotoWritesItsCacheOverTheKeywordInTheHostsBuffer) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     const std::string text = crlf({"Exclusive(@on)", "n = 0", ":loop", "n = n + 1", "if n < 3 then goto loop",
                                    "goto End", ":end"});
     HGLOBAL block = make_block(text);
@@ -370,7 +220,7 @@ TEST_F(CoreWindows, GotoWritesItsCacheOverTheKeywordInTheHostsBuffer) {
 }
 
 TEST_F(CoreWindows, GotoFromOutsideTheScriptTextIsNotCached) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     const std::string text = crlf({"Exclusive(@on)", "t = \"loop\"", "n = 0", ":loop", "n = n + 1",
                                    "if n < 3 then goto %t%", "if n < 5 then execute goto loop"});
     HGLOBAL block = make_block(text);
@@ -460,7 +310,7 @@ TEST_F(CoreWindows, LanguageXXXOrAMissingKeyUsesTheTable) {
 // --- the statement trace ---
 
 TEST_F(CoreWindows, DebugTraceAsksBeforeEachLineAndCancelStops) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     int count = 0;
     User user([&](const SeenBox&) { return ++count < 3 ? IDOK : IDCANCEL; });
     EXPECT_EQ(1, host->run(crlf({"Debug(@on)", "a = 1", ":lab b = 2", "c = 3"})));
@@ -483,7 +333,7 @@ TEST_F(CoreWindows, DebugTraceAsksBeforeEachLineAndCancelStops) {
 // --- what survives from run to run ---
 
 TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
-    std::unique_ptr<HostContext> host(new_host());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDOK; });
     EXPECT_EQ(1, host->run(crlf({"x = 5", "if 1 then a = 1", "ErrorMode(@off)",
                                  "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "Debug(@on)"})));
