@@ -5,6 +5,7 @@
 #include <cstring>
 #include "../../include/tslpr32i.h"
 #include "startup_win32.h"
+#include "../files/file_handles.h"
 #include "context.h"
 #include "bounded.h"
 #include "command_call.h"
@@ -233,11 +234,7 @@ static WORD mode_shutdown(HGLOBAL block) {
         value_free(ctx, &scratch);
         ctx->error = 0;
     }
-    for (unsigned i = 0; i < FILE_SLOTS; ++i) {
-        if (ctx->files[i].handle) CloseHandle((HANDLE)ctx->files[i].handle);
-        ctx->files[i].handle = 0;
-        ctx->files[i].mode = 0;
-    }
+    files_close_all(ctx);
     if (ctx->attached) {
         ctx->attached = 0;
         if (--g_attached == 0 && g_texture_brush) {
