@@ -348,3 +348,85 @@ TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
     EXPECT_EQ("1", host->get("m")) << "ErrorMode starts at @cancel";
     EXPECT_EQ("0", host->get("d"));
 }
+
+// --- IntControl requests that talk to windows ---
+
+static UINT g_seen_message;
+static WPARAM g_seen_wparam;
+static LPARAM g_seen_lparam;
+static std::string g_seen_text;
+
+static LRESULT CALLBACK recording_proc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
+    if (m == WM_USER + 5 || m == WM_USER + 6) {
+        g_seen_message = m;
+        g_seen_wparam = wp;
+        g_seen_lparam = lp;
+        if (m == WM_USER + 6) g_seen_text = (const char*)lp;  // valid during the SendMessage only
+        return 0;
+    }
+    return DefWindowProcA(w, m, wp, lp);
+}
+
+TEST_F(CoreWindows, IntControlSendsPostsAndCountsChildWindows) {
+    WNDCLASSA wc;
+    memset(&wc, 0, sizeof wc);
+    wc.lpfnWndProc = recording_proc;
+    wc.hInstance = GetModuleHandleA(NULL);
+    wc.lpszClassName = "TslCoreIntControlTest";
+    RegisterClassA(&wc);
+    HWND top = CreateWindowA("TslCoreIntControlTest", "intcontrol target", WS_OVERLAPPEDWINDOW, 0, 0, 200, 200,
+                             NULL, NULL, wc.hInstance, NULL);
+    ASSERT_NE(nullptr, top);
+    CreateWindowA("BUTTON", "b1", WS_CHILD, 0, 0, 10, 10, top, NULL, NULL, NULL);
+    CreateWindowA("BUTTON", "b2", WS_CHILD, 0, 20, 10, 10, top, NULL, NULL, NULL);
+    CreateWindowA("EDIT", "", WS_CHILD, 0, 40, 10, 10, top, NULL, NULL, NULL);
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    host->service(TSL_SERVICE_SET_VAR, (LPARAM) "target", (LPARAM)std::to_string((long long)(INT_PTR)top).c_str());
+    g_seen_message = 0;
+    EXPECT_EQ(1, host->run(crlf({
+        "c = IntControl(25, \"TslCoreIntControlTest\", \"Button\", \"Edit\", \"Static\")",
+        "c2 = IntControl(25, \"TslCoreIntControlTest\", \"B\", \"\", \"Ed\")",
+        "p = IntControl(23, target, \"1029\", \"17\", \"-42\")",
+        "yield",
+    })));
+    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("2 1 0", host->get("c"));
+    EXPECT_EQ("2 0 1", host->get("c2")) << "class names are matched as prefixes, case-sensitively";
+    EXPECT_EQ("1", host->get("p"));
+    EXPECT_EQ((UINT)WM_USER + 5, g_seen_message) << "the posted message reached the window";
+    EXPECT_EQ(17u, g_seen_wparam);
+    EXPECT_EQ(-42, (long)g_seen_lparam);
+    EXPECT_EQ(1, host->run(crlf({"s = IntControl(22, target, \"1030\", \"9\", \"text for the window\")"})));
+    EXPECT_EQ("1", host->get("s"));
+    EXPECT_EQ((UINT)WM_USER + 6, g_seen_message);
+    EXPECT_EQ(9u, g_seen_wparam);
+    EXPECT_EQ("text for the window", g_seen_text);
+    DestroyWindow(top);
+}
+
+static std::vector<std::string> g_intcontrol_texts;
+static long WINAPI intcontrol_host(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record,
+                                   LPCSTR t1, LPCSTR t2, LPCSTR t3, LPCSTR t4, LPCSTR t5) {
+    if (command != 1) return 0;
+    g_intcontrol_texts = {t1, t2, t3, t4, t5};
+    return answer(0, 0, record, 1, 0, "host answered");
+}
+
+TEST_F(CoreWindows, UnlistedIntControlRequestsGoToTheHostsIntcontrolCommand) {
+    static const TslKeywordRecord table[] = {
+        {0, TSL_KIND_FUNCTION, 1, 1, 5, "other"},
+        {1, TSL_KIND_FUNCTION, 5, 0x1f, 10, "intcontrol"},
+        {0, 0, 0, 0, 0, ""},
+    };
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    g_intcontrol_texts.clear();
+    EXPECT_EQ(1, host->run(crlf({"r = IntControl(77, \"a\", \"b\", \"c\", \"d\")"}), intcontrol_host, table));
+    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ("host answered", host->get("r"));
+    EXPECT_EQ((std::vector<std::string>{"77", "a", "b", "c", "d"}), g_intcontrol_texts);
+    // Without such a command the request is invalid.
+    User user([](const SeenBox&) { return IDOK; });
+    EXPECT_EQ(1, host->run(crlf({"r = IntControl(77, \"a\", \"b\", \"c\", \"d\")"})));
+    user.finish();
+    EXPECT_EQ(3171, host->service(TSL_SERVICE_RUN_ERROR));
+}
