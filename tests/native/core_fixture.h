@@ -161,6 +161,7 @@ protected:
         uint32_t flags;
         std::string text;
         uint16_t source;
+        int32_t leaked;   // heap bytes not given back (variable texts count as given back)
     };
     // Evaluates an expression as a statement does; the value's text is
     // copied out and freed, and the heap must have all its bytes back.
@@ -169,13 +170,12 @@ protected:
         start(expr);
         Value v{0, 0, NO_VARIABLE, 0};
         if (!ctx->error) eval_expression(ctx, &v);
-        Eval r{ctx->error, v.integer, v.flags, v.string ? value_text(ctx, v) : "", v.source};
+        Eval r{ctx->error, v.integer, v.flags, v.string ? value_text(ctx, v) : "", v.source, 0};
         if (v.string) heap_free(ctx->heap, v.string);
         // Variables keep copies of their texts: count those as free.
-        leaked = (int32_t)before - (int32_t)(free_bytes() + var_text_bytes());
+        r.leaked = (int32_t)before - (int32_t)(free_bytes() + var_text_bytes());
         return r;
     }
-    int32_t leaked = 0;   // heap bytes the last eval did not give back
     uint32_t var_text_bytes() {
         uint32_t kept = 0;
         for (unsigned i = 0; i < ctx->var_count; ++i)
