@@ -84,9 +84,16 @@ void call_script(Context* ctx, const char* file, const char* params) {
     } else if (!ctx->error) {
         ctx->script = text;
         ctx->script_name = name;
+        // The callee's statements keep their values in the statement-result
+        // field, which the caller's statement may be evaluating into
+        // (x = Call(...), "0" == Call(...)): keep the caller's value aside.
+        Value caller_result = ctx->result;
+        ctx->result = Value{0, 0, NO_VARIABLE, 0};
         uint16_t pos = 0, start = 0;
         int r = run_loop(ctx, text, size, &pos, &start);
         plat_free_script_file(text);
+        value_free(ctx, &ctx->result);
+        ctx->result = caller_result;
         // The callee's stop (exit, error, break) stops the caller too, unless it has a CANCEL label.
         if (r == 0) {
             if (!ctx->error || ctx->error < 9000) ctx->error = 0;
