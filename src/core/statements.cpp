@@ -104,7 +104,10 @@ static int stmt_execute(Context* ctx, char* line, ScriptPlace* place) {
 }
 
 static int carry_out(Context* ctx, char* line, char* stmt, ScriptPlace* place, bool from_outside) {
-    if ((unsigned char)*stmt == GOTO_CACHED) {
+    // A cached goto is the byte 159 and four position bytes (each 0x40 | a
+    // nibble, never NUL); a 159 without them (a script may hold the byte, and
+    // it may stand at the end of the line buffer) is no jump.
+    if ((unsigned char)*stmt == GOTO_CACHED && stmt[1] && stmt[2] && stmt[3] && stmt[4]) {
         uint16_t p = 0;
         for (int k = 1; k <= 4; ++k) p = (uint16_t)(p << 4 | ((unsigned char)stmt[k] & 15));
         *place->pos = p;
