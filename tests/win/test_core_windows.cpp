@@ -184,8 +184,13 @@ static unsigned cached_position(const std::string& s, size_t at) {
 
 TEST_F(CoreWindows, GotoWritesItsCacheOverTheKeywordInTheHostsBuffer) {
     std::unique_ptr<HostContext> host(new_host(&g_dll));
-    const std::string text = crlf({"Exclusive(@on)", "n = 0", ":loop", "n = n + 1", "if n < 3 then goto loop",
-                                   "goto End", ":end"});
+    // Padding puts the second label beyond 4096 bytes, so all four nibbles count.
+    std::vector<std::string> lines = {"Exclusive(@on)", "n = 0", ":loop", "n = n + 1", "if n < 3 then goto loop",
+                                      "goto End"};
+    for (int i = 0; i < 120; ++i) lines.push_back("; padding padding padding padding padding padding");
+    lines.push_back(":end");
+    const std::string text = crlf(lines);
+    ASSERT_GT(text.find(":end"), 4096u);
     HGLOBAL block = make_block(text);
     std::string after = run_kept(host.get(), block);
     EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
