@@ -22,14 +22,17 @@ int read_line(const char* script, uint32_t length, uint16_t* pos, uint16_t* line
     if (p < end && *p != '\r' && *p != 26) *line_start = (uint16_t)(p - script);
     char* out = line;
     char* out_end = line + SCRIPT_LINE_MAX;
+    bool ended = false;
     while (p < end && out < out_end) {
         unsigned char c = (unsigned char)*p++;
         if (c > 26) { *out++ = (char)c; continue; }
         if (c == '\n') continue;
-        if (c == '\r' || c == 26) break;
+        if (c == '\r' || c == 26) { ended = true; break; }
         *out++ = (char)c;
     }
     *pos = (uint16_t)(p - script);
+    // Only line feeds and blanks after the last line end: no further line.
+    if (out == line && !ended) return 0;
     *out = 0;
     return 1;
 }
