@@ -341,9 +341,11 @@ TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
     std::unique_ptr<HostContext> host(new_host(&g_dll));
     User user([](const SeenBox&) { return IDOK; });
     EXPECT_EQ(1, host->run(crlf({"x = 5", "if 1 then a = 1", "ErrorMode(@off)",
-                                 "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "Debug(@on)"})));
+                                 "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "Exclusive(@on)",
+                                 "IntControl(7, \"1\", \"\", \"\", \"\")", "Debug(@on)"})));
     EXPECT_EQ(1, host->run(crlf({"y = x + 1", "then b = 1", "else c = 1", "e = LastError()", "m = ErrorMode(@off)",
-                                 "d = Debug(@off)"})));
+                                 "d = Debug(@off)", "ex = Exclusive(@off)",
+                                 "o = IntControl(7, \"0\", \"\", \"\", \"\")"})));
     user.finish();
     EXPECT_EQ(0u, user.seen().size()) << "the trace was switched off by the new run";
     EXPECT_EQ("6", host->get("y"));
@@ -352,6 +354,8 @@ TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
     EXPECT_EQ("0", host->get("e")) << "LastError starts at 0";
     EXPECT_EQ("1", host->get("m")) << "ErrorMode starts at @cancel";
     EXPECT_EQ("0", host->get("d"));
+    EXPECT_EQ("1", host->get("ex")) << "Exclusive is not reset by a new run";
+    EXPECT_EQ("1", host->get("o")) << "nor is the debugger output of IntControl 7";
 }
 
 // --- IntControl requests that talk to windows ---
