@@ -1,0 +1,111 @@
+// One fuzzing run of a script, shared by the libFuzzer target and the unit
+// test that replays tests/fuzz/regressions: run_script on a small heap
+// (2,000 bytes) and a small variable table (40 slots), Exclusive on, every
+// sleep of the native platform returning at once, and the user break at
+// the 3,000th break test (a script may loop for ever, as scripts may).
+// Console mode is on for inputs of even length and off for odd ones, so
+// both the console report and the box report are exercised. The host
+// table has one command, echo, whose output is dropped; Call of arbitrary
+// names only reads regular files below 65,521 bytes.
+//
+// After the run the heap is walked (tags, sizes, free-list links both
+// ways, no two free neighbours); then every variable's text is freed and
+// the heap must be one free block again, or the run leaked (unless the
+// variable table overflowed: set-by-name then loses a text by design).
+// Returns "" or what is wrong.
+#pragma once
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+#include "core/context.h"
+#include "core/heap.h"
+#include "core/plat_native_control.h"
+#include "core/runloop.h"
+
+namespace fuzz {
+
+using namespace tsl;
+
+const uint32_t HEAP_SIZE = 2000;
+const uint16_t SLOTS = 40;
+const unsigned BREAK_AFTER = 3000;
+
+inline int32_t echo_host(PHandle, intptr_t, int32_t, int32_t, AnswerFn, void*, const char*, const char*,
+                         const char*, const char*, const char*) {
+    return 0;
+}
+
+inline uint32_t word(const uint8_t* h, uint32_t at) {
+    return (uint32_t)h[at] | (uint32_t)h[at + 1] << 8 | (uint32_t)h[at + 2] << 16 | (uint32_t)h[at + 3] << 24;
+}
+
+inline std::string check_heap(const uint8_t* h) {
+    uint32_t free_blocks = 0;
+    bool prev_free = false;
+    uint32_t b = 40;
+    while (b < HEAP_SIZE - 12) {
+        uint32_t size = word(h, b + 4);
+        if (size < 28 || size % 4 || b + size > HEAP_SIZE - 12) return "block size at " + std::to_string(b);
+        bool is_free = memcmp(h + b, "QRST", 4) == 0;
+        if (!is_free && memcmp(h + b, "5678", 4) != 0) return "header tag at " + std::to_string(b);
+        if (memcmp(h + b + size - 4, is_free ? "QRST" : "5678", 4) != 0) return "footer tag at " + std::to_string(b);
+        if (is_free) {
+            if (word(h, b + size - 8) != size) return "footer size at " + std::to_string(b);
+            if (prev_free) return "two free neighbours at " + std::to_string(b);
+            ++free_blocks;
+        }
+        prev_free = is_free;
+        b += size;
+    }
+    if (b != HEAP_SIZE - 12 || memcmp(h + b, "5678", 4) != 0) return "end marker";
+    uint32_t n = 0, prev = 0;
+    for (uint32_t f = word(h, 8); f != 0; prev = f, f = word(h, f + 8)) {
+        if (++n > free_blocks || memcmp(h + f, "QRST", 4) != 0) return "free list at " + std::to_string(f);
+        if (word(h, f + 12) != prev) return "free list back link at " + std::to_string(f);
+    }
+    if (n != free_blocks || word(h, 12) != prev) return "free list length";
+    return "";
+}
+
+inline std::string run_one(const uint8_t* data, size_t size) {
+    static Context ctx;
+    static uint8_t heap[HEAP_SIZE];
+    static VarSlot vars[SLOTS];
+    static KeywordRecord table[2];
+    memset(&ctx, 0, sizeof ctx);
+    memset(vars, 0, sizeof vars);
+    heap_init(heap, HEAP_SIZE);
+    ctx.heap = heap;
+    ctx.heap_size = HEAP_SIZE;
+    ctx.vars = vars;
+    ctx.var_capacity = SLOTS;
+    ctx.exclusive = 1;
+    table[0] = KeywordRecord{0, KW_FUNCTION, 1, 1, 4, "echo"};
+    table[1] = KeywordRecord{};
+    ctx.host_table = table;
+    ctx.host_proc = echo_host;
+    plat_native_set_no_sleep(true);
+    plat_set_console_mode(size % 2 == 0);
+    plat_native_set_box_answer(0);
+    plat_native_break_after(BREAK_AFTER);
+
+    std::vector<char> script(data, data + size);
+    script.push_back(0);
+    run_script(&ctx, script.data());
+    plat_native_take_boxes();
+    plat_native_break_after(0);
+
+    std::string bad = check_heap(heap);
+    if (!bad.empty()) return "heap damaged: " + bad;
+    for (unsigned i = 0; i < SLOTS; ++i)
+        if (vars[i].value.flags && vars[i].value.string) heap_free(heap, vars[i].value.string);
+    bad = check_heap(heap);
+    if (!bad.empty()) return "heap damaged after freeing the variables: " + bad;
+    // The count reaches the capacity only through error 3097.
+    if (ctx.var_count < SLOTS && heap_free_bytes(heap) != HEAP_SIZE - 52)
+        return "heap leak: " + std::to_string(HEAP_SIZE - 52 - heap_free_bytes(heap)) + " bytes";
+    return "";
+}
+
+} // namespace fuzz
