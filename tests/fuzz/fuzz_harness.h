@@ -4,7 +4,8 @@
 // sleep of the native platform returning at once, and the user break at
 // the 3,000th break test (a script may loop for ever, as scripts may).
 // Console mode is on for inputs of even length and off for odd ones, so
-// both the console report and the box report are exercised. The host
+// both the console report and the box report are exercised; the double-byte
+// mode (code page 932's lead bytes) is on when the length's second bit is. The host
 // table has one command, echo, whose output is dropped; Call of arbitrary
 // names only reads regular files below 65,521 bytes.
 //
@@ -87,6 +88,7 @@ inline std::string run_one(const uint8_t* data, size_t size) {
     ctx.host_proc = echo_host;
     plat_native_set_no_sleep(true);
     plat_set_console_mode(size % 2 == 0);
+    plat_native_set_dbcs((size & 2) != 0);
     plat_native_set_box_answer(0);
     plat_native_break_after(BREAK_AFTER);
 
@@ -95,6 +97,7 @@ inline std::string run_one(const uint8_t* data, size_t size) {
     run_script(&ctx, script.data());
     plat_native_take_boxes();
     plat_native_break_after(0);
+    plat_native_set_dbcs(false);
 
     std::string bad = check_heap(heap);
     if (!bad.empty()) return "heap damaged: " + bad;
