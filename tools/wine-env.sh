@@ -6,6 +6,12 @@
 #   wine-env.sh run STATE PROGRAM ARGS  runs one Windows program in that environment
 #   wine-env.sh stop STATE             stops the wineserver and Xvfb
 #
+# Several test runs may share one STATE (developers running ctest in the
+# same build tree): start joins an environment that is up, and stop ends it
+# only when the last run that joined has stopped. A run is known by the
+# process id of its caller (ctest); runs that died without stopping are
+# forgotten at the next start or stop.
+#
 # Wine's helper processes (the server, services, the desktop) outlive the
 # program and keep every descriptor they inherit, so nothing of Wine is
 # ever attached to a pipe of ours: programs write to files that are copied
@@ -23,6 +29,25 @@ common_env() {
     export WINEDEBUG=-all
     export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
     unset WINEARCH WINESERVER
+}
+
+# The runs using the environment: one file per caller's process id.
+join_env() { mkdir -p "$state/users"; : >"$state/users/${TSL_WINE_USER:-$PPID}"; }
+leave_env() { rm -f "$state/users/${TSL_WINE_USER:-$PPID}"; }
+users_alive() {
+    local n=0 f
+    for f in "$state"/users/*; do
+        [ -e "$f" ] || continue
+        if kill -0 "$(basename "$f")" 2>/dev/null; then n=$((n + 1)); else rm -f "$f"; fi
+    done
+    echo $n
+}
+env_up() {
+    [ -f "$state/env" ] || return 1
+    local TSL_XVFB_PID=""
+    # shellcheck disable=SC1091
+    . "$state/env"
+    [ -n "$TSL_XVFB_PID" ] && kill -0 "$TSL_XVFB_PID" 2>/dev/null
 }
 
 stop_env() {
@@ -44,7 +69,15 @@ stop_env() {
 case "$cmd" in
 start)
     locale=${1:-default}
-    stop_env
+    # Descriptor 9 holds the lock; no Wine or X process may inherit it.
+    exec 9>"$state/.lock"
+    flock 9
+    if [ "$(users_alive)" -gt 0 ] && env_up; then
+        join_env
+        echo "joined the running Wine environment in $state"
+        exit 0
+    fi
+    stop_env 9>&-
     rm -rf "$state/prefix" "$state/tmp"
     mkdir -p "$state/tmp"
     common_env
@@ -52,7 +85,7 @@ start)
     # A display of our own: Xvfb reports the number it took on descriptor 3.
     rm -f "$state/display"
     setsid Xvfb -displayfd 3 -nolisten tcp -screen 0 1280x1024x24 \
-        3>"$state/display" </dev/null >"$state/xvfb.log" 2>&1 &
+        3>"$state/display" 9>&- </dev/null >"$state/xvfb.log" 2>&1 &
     xpid=$!
     for _ in $(seq 1 100); do [ -s "$state/display" ] && break; sleep 0.1; done
     if ! [ -s "$state/display" ]; then
@@ -64,14 +97,15 @@ start)
         echo "TSL_XVFB_PID=$xpid"
         if [ -n "${LC_ALL:-}" ]; then echo "export LC_ALL='$LC_ALL'"; fi
     } >"$state/env"
-    setsid wineserver -p </dev/null >"$state/wineserver.log" 2>&1
+    setsid wineserver -p 9>&- </dev/null >"$state/wineserver.log" 2>&1
     start=$(date +%s)
-    timeout 150 wine wineboot -i </dev/null >"$state/wineboot.log" 2>&1
+    timeout 150 wine wineboot -i 9>&- </dev/null >"$state/wineboot.log" 2>&1
     rc=$?
     # The first program starts the desktop process; let that happen here.
-    timeout 60 wine cmd.exe /c exit 0 </dev/null >>"$state/wineboot.log" 2>&1
+    timeout 60 wine cmd.exe /c exit 0 9>&- </dev/null >>"$state/wineboot.log" 2>&1
     echo "Wine prefix $WINEPREFIX ready on display $DISPLAY (locale $locale) in $(( $(date +%s) - start )) s"
-    if [ $rc -ne 0 ]; then echo "wineboot failed ($rc), see $state/wineboot.log" >&2; stop_env; exit 1; fi
+    if [ $rc -ne 0 ]; then echo "wineboot failed ($rc), see $state/wineboot.log" >&2; stop_env 9>&-; exit 1; fi
+    join_env
     exit 0
     ;;
 run)
@@ -95,7 +129,10 @@ run)
     exit $rc
     ;;
 stop)
-    stop_env
+    exec 9>"$state/.lock"
+    flock 9
+    leave_env
+    if [ "$(users_alive)" -eq 0 ]; then stop_env 9>&-; else echo "Wine environment left running for other runs"; fi
     exit 0
     ;;
 *)
