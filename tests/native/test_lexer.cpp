@@ -225,6 +225,20 @@ TEST_F(Lexer, DoubleByteLiteralsKeepTheirPairs) {
     EXPECT_EQ(t[0].text, "\x95") << "without double-byte mode the quote closes";
 }
 
+TEST_F(Lexer, ExtenderRecordsFollowTheBuiltInOnes) {
+    // A command extender's record at id 272, as the extender start-up adds it.
+    uint16_t saved = g_keyword_count;
+    g_keywords[272] = KeywordRecord{272, KW_FUNCTION, 1, 0, 6, "zzext9"};
+    g_keyword_count = 273;
+    keyword_cache_new_generation();
+    std::string got = dump("ZZext9(zzext9x) zzext");
+    g_keywords[272] = KeywordRecord{};
+    g_keyword_count = saved;
+    keyword_cache_new_generation();
+    EXPECT_EQ(got, "1:272:ZZext9 1:4:( 2:zzext9x 1:5:) 2:zzext") << "whole words, case-insensitive";
+    EXPECT_EQ(dump("zzext9"), "2:zzext9") << "gone with its record";
+}
+
 TEST_F(Lexer, NamesAreRegisteredWithFlags8) {
     tokens("alpha = beta + Gamma");
     for (const char* n : {"alpha", "beta", "gamma"}) {

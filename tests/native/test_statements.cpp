@@ -446,6 +446,46 @@ TEST_F(Statements, SixLevelsOfCallAndNoMore) {
     EXPECT_EQ(ctx->call_depth, 0);
 }
 
+TEST_F(Statements, CallInsideAnExpressionKeepsTheCallersState) {
+    std::string callee = file("c.tsl", S({"y = 'callee text'", "'last value'"}));
+    std::string call = "Call('" + callee + "', '')";
+    run(S({("x = 5 + " + call).c_str(), "echo(x)", ("if " + call + " == 0 then echo('rest of the line')").c_str(),
+           ("s = StrCat('left', " + call + ", 'right')").c_str(), "echo(s)"}));
+    EXPECT_EQ(out, "5\nrest of the line\nleft0right\n");
+    EXPECT_EQ(ctx->run_error, 0);
+    EXPECT_EQ(heap_in_use(), 0u) << "the callee's statement values were freed";
+}
+
+TEST_F(Statements, EachRunStartsFresh) {
+    run(S({"if 1 then x = 1", "ErrorMode(@off)", "Debug(@on)"}));
+    ASSERT_EQ(ctx->last_if, 1);
+    boxes();
+    run(S({"then echo('no')", "else echo('else runs: the last IF result is false')",
+           "x = StrIndex('abc', 'b', 9, 0)", "echo('no')"}));
+    EXPECT_EQ(out, "else runs: the last IF result is false\n");
+    EXPECT_EQ(ctx->run_error, 1100) << "the error mode is @cancel again";
+    EXPECT_EQ(boxes(), report_box(1100, "StrIndex/StrScan 3rd parameter out of bounds", "x = StrIndex('abc', 'b', 9, 0)"))
+        << "no trace box: the debug trace is off again";
+    EXPECT_EQ(ctx->call_depth, 0);
+}
+
+TEST_F(Statements, ExecuteOfExitAndReturn) {
+    run(S({"execute exit", "echo('no')"}));
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(ctx->run_result, 0);
+    EXPECT_EQ(boxes(), "") << "an exit is no error";
+    run(S({"execute return", "echo('no')"}));
+    EXPECT_EQ(ctx->run_result, -1);
+}
+
+TEST_F(Statements, AFullVariableTableIsReported) {
+    use_vars(4);
+    run(S({"a = 1", "b = 2", "c = 3", "d = 4", "echo('no')"}));
+    EXPECT_EQ(ctx->run_error, 3097) << "three of four slots are usable";
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(boxes(), report_box(3097, "Memory allocation failure.  Out of memory for variables", "d = 4"));
+}
+
 TEST_F(Statements, CallLoaderFailures) {
     std::string missing = dir + "/missing.tsl";
     run(S({("Call('" + missing + "', '')").c_str(), "echo('no')"}));
