@@ -486,6 +486,22 @@ TEST_F(Statements, AFullVariableTableIsReported) {
     EXPECT_EQ(boxes(), report_box(3097, "Memory allocation failure.  Out of memory for variables", "d = 4"));
 }
 
+TEST_F(Statements, SmallHeapsFailCleanly) {
+    std::string text = S({"ErrorMode(@off)", "a = 'abcdefghijklmnopqrstuvwxyz'", "b = StrCat(a, a, a)", "c = StrCat(b, b)",
+                          "d = StrFill('xy', 200)", "if a == b then echo('eq')", "e = '%a%'", "Drop(a)",
+                          "f = StrCat('tail', 1)"});
+    for (uint32_t size : {200u, 256u, 300u, 400u, 600u, 1000u, 2000u}) {
+        use_heap(size);
+        use_vars(50);
+        run(text);
+        EXPECT_EQ(check(), "") << "heap of " << size;
+        EXPECT_EQ(size - 52 - free_bytes() - var_text_bytes(), 0u) << "heap of " << size << ": nothing leaked";
+        if (size == 2000) EXPECT_EQ(ctx->run_error, 0) << "everything fits";
+        if (ctx->run_error) { EXPECT_EQ(ctx->run_error, 3096) << "heap of " << size; }
+        boxes();
+    }
+}
+
 TEST_F(Statements, CallLoaderFailures) {
     std::string missing = dir + "/missing.tsl";
     run(S({("Call('" + missing + "', '')").c_str(), "echo('no')"}));
