@@ -496,7 +496,7 @@ TEST_F(Statements, SmallHeapsFailCleanly) {
         run(text);
         EXPECT_EQ(check(), "") << "heap of " << size;
         EXPECT_EQ(size - 52 - free_bytes() - var_text_bytes(), 0u) << "heap of " << size << ": nothing leaked";
-        if (size == 2000) EXPECT_EQ(ctx->run_error, 0) << "everything fits";
+        if (size == 2000) { EXPECT_EQ(ctx->run_error, 0) << "everything fits"; }
         if (ctx->run_error) { EXPECT_EQ(ctx->run_error, 3096) << "heap of " << size; }
         boxes();
     }
