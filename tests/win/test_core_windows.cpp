@@ -439,3 +439,65 @@ TEST_F(CoreWindows, UnlistedIntControlRequestsGoToTheHostsIntcontrolCommand) {
     user.finish();
     EXPECT_EQ(3171, host->service(TSL_SERVICE_RUN_ERROR));
 }
+
+// --- the debugger output ---
+
+// Listens for OutputDebugString texts of this process the way a debug
+// viewer does: the DBWIN_BUFFER mapping and its two events.
+class DebugListener {
+public:
+    DebugListener() {
+        ready_ = CreateEventA(NULL, FALSE, FALSE, "DBWIN_BUFFER_READY");
+        data_ = CreateEventA(NULL, FALSE, FALSE, "DBWIN_DATA_READY");
+        map_ = CreateFileMappingA(INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE, 0, 4096, "DBWIN_BUFFER");
+        view_ = map_ ? (char*)MapViewOfFile(map_, FILE_MAP_READ, 0, 0, 4096) : nullptr;
+        if (ok()) thread_ = std::thread([this] { loop(); });
+    }
+    ~DebugListener() {
+        stop_ = true;
+        if (thread_.joinable()) { SetEvent(data_); thread_.join(); }
+        if (view_) UnmapViewOfFile(view_);
+        if (map_) CloseHandle(map_);
+        if (ready_) CloseHandle(ready_);
+        if (data_) CloseHandle(data_);
+    }
+    bool ok() const { return ready_ && data_ && view_; }
+    std::vector<std::string> texts() {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return texts_;
+    }
+
+private:
+    void loop() {
+        SetEvent(ready_);
+        while (!stop_) {
+            if (WaitForSingleObject(data_, 100) != WAIT_OBJECT_0) continue;
+            if (stop_) break;
+            if (*(DWORD*)view_ == GetCurrentProcessId()) {
+                std::lock_guard<std::mutex> lock(mutex_);
+                texts_.push_back(std::string(view_ + 4, strnlen(view_ + 4, 4092)));
+            }
+            SetEvent(ready_);
+        }
+    }
+    HANDLE ready_ = NULL, data_ = NULL, map_ = NULL;
+    char* view_ = nullptr;
+    std::atomic<bool> stop_{false};
+    std::mutex mutex_;
+    std::vector<std::string> texts_;
+    std::thread thread_;
+};
+
+TEST_F(CoreWindows, DebuggerOutputFramesEachLineAndDebugDataEndsWithLfCr) {
+    DebugListener listener;
+    ASSERT_TRUE(listener.ok());
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    EXPECT_EQ(1, host->run(crlf({"IntControl(7, \"1\", \"\", \"\", \"\")", "a = 1", ":lab b = 2",
+                                 "DebugData(\"one\", \"two\")", "IntControl(7, \"0\", \"\", \"\", \"\")",
+                                 "c = 3"})));
+    Sleep(300);
+    std::vector<std::string> want = {">>>>>a = 1<<<<<\r\n", ">>>>>:lab b = 2<<<<<\r\n",
+                                     ">>>>>DebugData(\"one\", \"two\")<<<<<\r\n", "DebugData:one two\n\r",
+                                     ">>>>>IntControl(7, \"0\", \"\", \"\", \"\")<<<<<\r\n"};
+    EXPECT_EQ(want, listener.texts());
+}
