@@ -17,7 +17,16 @@ struct SeenBox {
     std::string caption, text;
     bool ok = false, cancel = false;
     HWND owner = NULL;
+    HICON icon = NULL;  // the box's icon (compare with LoadIcon(NULL, IDI_...))
 };
+
+inline BOOL CALLBACK find_icon(HWND child, LPARAM lp) {
+    char cls[32];
+    GetClassNameA(child, cls, sizeof cls);
+    if (lstrcmpiA(cls, "Static") != 0 || (GetWindowLongA(child, GWL_STYLE) & SS_TYPEMASK) != SS_ICON) return TRUE;
+    *(HICON*)lp = (HICON)SendMessageA(child, STM_GETICON, 0, 0);
+    return FALSE;
+}
 
 inline BOOL CALLBACK collect_static(HWND child, LPARAM lp) {
     char cls[32], text[1024];
@@ -74,6 +83,7 @@ private:
                 b.ok = GetDlgItem(s.found, IDOK) != NULL;
                 b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
                 b.owner = GetWindow(s.found, GW_OWNER);
+                EnumChildWindows(s.found, find_icon, (LPARAM)&b.icon);
                 {
                     std::lock_guard<std::mutex> lock(mutex_);
                     seen_.push_back(b);

@@ -67,6 +67,8 @@ TEST_F(CoreWindows, ReportBoxesOfEachModeAndSeverity) {
         EXPECT_EQ(rows[i].line + std::string(kFooter), seen[0].text) << "row " << i;
         EXPECT_TRUE(seen[0].ok) << "row " << i;
         EXPECT_EQ(rows[i].cancel, seen[0].cancel) << "row " << i;
+        // OK alone comes with the stop sign, OK and Cancel with the exclamation mark.
+        EXPECT_EQ(LoadIcon(NULL, rows[i].cancel ? IDI_EXCLAMATION : IDI_HAND), seen[0].icon) << "row " << i;
         EXPECT_EQ(rows[i].goes_on ? "2" : "<undefined>", host->get("y")) << "row " << i;
     }
 }
@@ -101,6 +103,7 @@ TEST_F(CoreWindows, ExecuteBoxOkGoesOn) {
     ASSERT_EQ(1u, seen.size());
     EXPECT_EQ("EXECUTE::Illegal Syntax", seen[0].caption);
     EXPECT_EQ("execute x = 1 +", seen[0].text) << "the line alone, no footer";
+    EXPECT_EQ(LoadIcon(NULL, IDI_EXCLAMATION), seen[0].icon);
     EXPECT_TRUE(seen[0].ok);
     EXPECT_TRUE(seen[0].cancel);
     EXPECT_EQ("2", host->get("y"));
