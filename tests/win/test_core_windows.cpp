@@ -504,3 +504,22 @@ TEST_F(CoreWindows, DebuggerOutputFramesEachLineAndDebugDataEndsWithLfCr) {
                                      ">>>>>IntControl(7, \"0\", \"\", \"\", \"\")<<<<<\r\n"};
     EXPECT_EQ(want, listener.texts());
 }
+
+TEST_F(CoreWindows, IntControl1ShowsTwoPlainBoxesInTurn) {
+    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    User user([](const SeenBox&) { return IDOK; });
+    EXPECT_EQ(1, host->run(crlf({"r = IntControl(1, \"first caption\", \"first text\", \"second caption\", "
+                                 "\"second text\")"})));
+    user.finish();
+    auto seen = user.seen();
+    ASSERT_EQ(2u, seen.size());
+    EXPECT_EQ("first caption", seen[0].caption);
+    EXPECT_EQ("first text", seen[0].text);
+    EXPECT_EQ("second caption", seen[1].caption);
+    EXPECT_EQ("second text", seen[1].text);
+    for (auto& b : seen) {
+        EXPECT_EQ(nullptr, b.icon) << "plain boxes have no icon";
+        EXPECT_FALSE(b.cancel);
+    }
+    EXPECT_EQ("1", host->get("r"));
+}
