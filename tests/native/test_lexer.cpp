@@ -106,7 +106,7 @@ TEST_F(Lexer, EveryRecordIsFoundByItsName) {
         const KeywordRecord& r = g_keywords[i];
         ASSERT_EQ(r.id, i) << "ids run in table order";
         ASSERT_EQ(r.name_len, strlen(r.name)) << r.name;
-        if (i) EXPECT_LE((unsigned char)g_keywords[i - 1].name[0], (unsigned char)r.name[0]) << r.name;
+        if (i) { EXPECT_LE((unsigned char)g_keywords[i - 1].name[0], (unsigned char)r.name[0]) << r.name; }
         std::string upper = r.name;
         for (auto& c : upper) c = (char)toupper((unsigned char)c);
         for (const std::string& written : {std::string(r.name), upper}) {
@@ -188,7 +188,7 @@ TEST_F(Lexer, WordReaderLimits) {
         ctx->error = 0;
         read_word(ctx);
         EXPECT_EQ(ctx->error, n <= 257 ? 0 : 3053) << n << " characters";
-        if (n <= 257) EXPECT_EQ(strlen(ctx->tok_text), n);
+        if (n <= 257) { EXPECT_EQ(strlen(ctx->tok_text), n); }
     }
 }
 

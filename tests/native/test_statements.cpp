@@ -160,10 +160,10 @@ TEST_F(Statements, GotoAfterALabelIsCachedAtItsOwnPlace) {
 TEST_F(Statements, ACachedGotoByteAtTheEndOfTheLineIsNoJump) {
     // The statement after a long label is a lone byte 159 at the last place of
     // the line buffer: no four position bytes follow it.
-    std::string line = ":" + std::string(253, 'L') + " \x9f";
-    ASSERT_EQ(line.size(), 256u);
+    std::string long_label = ":" + std::string(253, 'L') + " \x9f";
+    ASSERT_EQ(long_label.size(), 256u);
     plat_native_break_after(1000);
-    run(S({line.c_str(), "echo('no')"}));
+    run(S({long_label.c_str(), "echo('no')"}));
     EXPECT_EQ(ctx->run_error, 3054);
     EXPECT_EQ(out, "");
     run(S({"x = 1", "\x9f@@", "echo('no')"}));
