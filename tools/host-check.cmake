@@ -1,7 +1,7 @@
 # Runs a host with arguments and checks its exit status and standard error:
 #   cmake "-DCOMMAND=prog;args" -DWANT_STATUS=n -DWANT_ERR=regex [-DWANT_OUT=text] -P host-check.cmake
 execute_process(COMMAND ${COMMAND} INPUT_FILE /dev/null
-                OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE status TIMEOUT 90)
+                OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE status TIMEOUT 120)
 string(REPLACE "\r\n" "\n" err "${err}")
 string(REPLACE "\r\n" "\n" out "${out}")
 set(failures "")

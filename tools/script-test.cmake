@@ -32,7 +32,7 @@ execute_process(COMMAND ${command} --console ${name}.tsl ${args}
                 WORKING_DIRECTORY ${dir}
                 INPUT_FILE /dev/null
                 OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE status
-                TIMEOUT 90)
+                TIMEOUT 120)  # above the Wine runner's own limit of 100 s
 
 string(REPLACE "\r\n" "\n" out "${out}")
 string(REPLACE "\r\n" "\n" err "${err}")
