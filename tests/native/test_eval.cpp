@@ -2,6 +2,8 @@
 // wrapping arithmetic, comparisons (numeric first, then collation), the
 // assignment rules, function-call syntax, Drop and IsDefined, and every
 // error it raises; each row also checks that all heap texts came back.
+#include <functional>
+#include <random>
 #include "core_fixture.h"
 
 namespace tsl {
@@ -335,6 +337,115 @@ TEST_F(Evaluator, NextArgumentReadsOneArgumentAtATime) {
     EXPECT_EQ(eval_next_argument(ctx, &v, &last, 3068), 0);
     EXPECT_EQ(ctx->error, 3068);
     EXPECT_EQ(free_bytes(), before) << "the argument's text is freed on the error";
+}
+
+// A model of the integer grammar, written from the precedence table (levels
+// 1 to 6 left-associative, prefix operators binding tightest), evaluates
+// thousands of random expressions; the evaluator must agree on every value
+// and on error 3062.
+struct Model {
+    std::vector<std::string> toks;
+    size_t at = 0;
+    bool div0 = false;
+    static int level_of(const std::string& op) {
+        if (op == "&&" || op == "||") return 1;
+        if (op == "^" || op == "&" || op == "|") return 2;
+        if (op == "==" || op == "!=" || op == "<>" || op == "<" || op == "<=" || op == ">" || op == ">=") return 3;
+        if (op == "<<" || op == ">>") return 4;
+        if (op == "+" || op == "-") return 5;
+        if (op == "*" || op == "/" || op == "mod") return 6;
+        return 0;
+    }
+    static int32_t apply(const std::string& op, int32_t a, int32_t b, bool* div0) {
+        uint32_t ua = (uint32_t)a, ub = (uint32_t)b;
+        if (op == "&&") return a && b;
+        if (op == "||") return a || b;
+        if (op == "^") return a ^ b;
+        if (op == "&") return a & b;
+        if (op == "|") return a | b;
+        if (op == "==") return a == b;
+        if (op == "!=" || op == "<>") return a != b;
+        if (op == "<") return a < b;
+        if (op == "<=") return a <= b;
+        if (op == ">") return a > b;
+        if (op == ">=") return a >= b;
+        if (op == "<<") return (int32_t)(ua << (b & 31));
+        if (op == ">>") return (int32_t)(a < 0 ? ~(~ua >> (b & 31)) : ua >> (b & 31));
+        if (op == "+") return (int32_t)(ua + ub);
+        if (op == "-") return (int32_t)(ua - ub);
+        if (op == "*") return (int32_t)(ua * ub);
+        if (b == 0) { *div0 = true; return 0; }
+        int64_t q = (int64_t)a / (int64_t)b;
+        if (op == "/") return (int32_t)(uint32_t)(int64_t)q;
+        return (int32_t)(uint32_t)((int64_t)a - (int64_t)b * q);
+    }
+    int32_t primary() {
+        const std::string& t = toks[at++];
+        if (t == "(") { int32_t v = level(1); ++at; return v; }
+        if (t == "-") return (int32_t)(0u - (uint32_t)primary());
+        if (t == "+") return primary();
+        if (t == "!") return !primary();
+        if (t == "~") return ~primary();
+        return (int32_t)(uint32_t)std::stoull(t);
+    }
+    int32_t level(int n) {
+        if (n == 7) return primary();
+        int32_t v = level(n + 1);
+        while (at < toks.size() && level_of(toks[at]) == n) {
+            std::string op = toks[at++];
+            int32_t r = level(n + 1);
+            if (!div0) v = apply(op, v, r, &div0);
+        }
+        return v;
+    }
+};
+
+TEST_F(Evaluator, RandomExpressionsAgreeWithAModelOfThePrecedenceTable) {
+    std::mt19937 rng(2024);
+    const char* ops[] = {"&&", "||", "^", "&", "|", "==", "!=", "<>", "<", "<=", ">", ">=",
+                         "<<", ">>", "+", "-", "*", "/", "mod"};
+    const char* nums[] = {"0", "1", "2", "3", "7", "31", "32", "33", "100", "65536", "2147483647", "2147483648",
+                          "4294967295"};
+    const char* prefixes[] = {"-", "+", "!", "~"};
+    int compared = 0, div0 = 0;
+    for (int round = 0; round < 4000; ++round) {
+        std::vector<std::string> toks;
+        std::function<void(int)> operand = [&](int depth) {
+            while (rng() % 4 == 0) toks.push_back(prefixes[rng() % 4]);
+            if (depth < 3 && rng() % 5 == 0) {
+                toks.push_back("(");
+                int n = 1 + rng() % 4;
+                for (int i = 0; i < n; ++i) {
+                    if (i) toks.push_back(ops[rng() % 19]);
+                    operand(depth + 1);
+                }
+                toks.push_back(")");
+            } else {
+                toks.push_back(nums[rng() % 13]);
+            }
+        };
+        int n = 1 + rng() % 6;
+        for (int i = 0; i < n; ++i) {
+            if (i) toks.push_back(ops[rng() % 19]);
+            operand(0);
+        }
+        std::string text;
+        for (auto& t : toks) text += (text.empty() ? "" : " ") + t;
+        Model m{toks};
+        int32_t want = m.level(1);
+        Eval e = eval(text);
+        ASSERT_EQ(e.leaked, 0) << text;
+        if (m.div0) {
+            ASSERT_EQ(e.error, 3062) << text;
+            ++div0;
+            continue;
+        }
+        ASSERT_EQ(e.error, 0) << text;
+        ASSERT_EQ(e.integer, want) << text;
+        ++compared;
+    }
+    EXPECT_GT(compared, 3000);
+    EXPECT_GT(div0, 10);
 }
 
 } // namespace
