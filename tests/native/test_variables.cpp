@@ -1,6 +1,9 @@
 // The variable table: registration by the lexer, find_var's two errors,
 // get and set by name with key folding, the slot kept free, Drop's
 // case-sensitive match, IsDefined, the assignment rule.
+#include <map>
+#include <random>
+#include <set>
 #include "core_fixture.h"
 
 namespace tsl {
@@ -226,6 +229,59 @@ TEST_F(Variables, IsDefined) {
     EXPECT_EQ(r.flags, (uint32_t)VF_INT);
     EXPECT_EQ(eval("IsDefined(brandnew)").integer, 0);
     EXPECT_EQ(eval("x = brandnew").error, 3052) << "a name only mentioned reads as 3052, not 3051";
+}
+
+// Random set, get, register and drop against a map of names to values: every
+// read agrees, no two used slots share a name, the count stays the high-water
+// mark of used slots, and the heap holds exactly the variables' texts.
+TEST_F(Variables, RandomOperationsAgreeWithAMap) {
+    std::mt19937 rng(77);
+    const char* pool[] = {"a", "b", "c", "counter", "x1", "y2", "@z", "longername", "q", "r", "s", "t"};
+    std::map<std::string, std::string> model;   // defined variables: name -> text
+    for (int step = 0; step < 5000; ++step) {
+        std::string name = pool[rng() % 12];
+        std::string written = name;
+        if (rng() % 2) for (auto& ch : written) ch = (char)toupper((unsigned char)ch);
+        switch (rng() % 5) {
+        case 0: {
+            int32_t n = (int32_t)(rng() % 2000) - 1000;
+            var_set_int(ctx, written.c_str(), n);
+            model[name] = std::to_string(n);
+            break;
+        }
+        case 1: {
+            std::string t(rng() % 40, (char)('a' + rng() % 26));
+            var_set_text(ctx, written.c_str(), t.c_str());
+            model[name] = t;
+            break;
+        }
+        case 2:
+            var_register(ctx, written.c_str());
+            break;
+        case 3:
+            var_drop(ctx, name.c_str());   // stored names are lower case
+            model.erase(name);
+            break;
+        default: {
+            char buf[64];
+            int got = var_get_text(ctx, written.c_str(), buf, sizeof buf);
+            auto it = model.find(name);
+            ASSERT_EQ(got, it != model.end() ? 1 : 0) << "step " << step << " " << written;
+            if (got) { ASSERT_EQ(std::string(buf), it->second) << "step " << step << " " << written; }
+        }
+        }
+        ASSERT_EQ(ctx->error, 0) << "step " << step;
+        unsigned high = 0;
+        std::set<std::string> seen;
+        for (unsigned i = 0; i < ctx->var_capacity; ++i) {
+            if (!vars[i].value.flags) continue;
+            high = i + 1;
+            ASSERT_TRUE(seen.insert(vars[i].name).second) << "step " << step << ": two slots for " << vars[i].name;
+        }
+        ASSERT_LE(high, ctx->var_count) << "step " << step;
+        ASSERT_EQ(free_bytes() + var_text_bytes(), HEAP_MAX_SIZE - 52u) << "step " << step;
+    }
+    EXPECT_LE(ctx->var_count, 12) << "dropped slots are reused";
 }
 
 } // namespace
