@@ -1,6 +1,8 @@
 // One fuzzing run of a script, shared by the libFuzzer target and the unit
 // test that replays tests/fuzz/regressions: run_script on a small heap
-// (2,000 bytes) and a small variable table (40 slots), Exclusive on, every
+// (2,000 bytes) and a small variable table (40 slots), or, when bit 2 of the
+// input's length is set, on 30,000 bytes and 400 slots so that longer
+// scripts get past their first strings; Exclusive on, every
 // sleep of the native platform returning at once, and the user break at
 // the 3,000th break test (a script may loop for ever, as scripts may).
 // Console mode is on for inputs of even length and off for odd ones, so
@@ -28,8 +30,8 @@ namespace fuzz {
 
 using namespace tsl;
 
-const uint32_t HEAP_SIZE = 2000;
-const uint16_t SLOTS = 40;
+const uint32_t HEAP_SMALL = 2000, HEAP_LARGE = 30000;
+const uint16_t SLOTS_SMALL = 40, SLOTS_LARGE = 400;
 const unsigned BREAK_AFTER = 3000;
 
 inline int32_t echo_host(PHandle, intptr_t, int32_t, int32_t, AnswerFn, void*, const char*, const char*,
@@ -41,13 +43,13 @@ inline uint32_t word(const uint8_t* h, uint32_t at) {
     return (uint32_t)h[at] | (uint32_t)h[at + 1] << 8 | (uint32_t)h[at + 2] << 16 | (uint32_t)h[at + 3] << 24;
 }
 
-inline std::string check_heap(const uint8_t* h) {
+inline std::string check_heap(const uint8_t* h, uint32_t heap_size) {
     uint32_t free_blocks = 0;
     bool prev_free = false;
     uint32_t b = 40;
-    while (b < HEAP_SIZE - 12) {
+    while (b < heap_size - 12) {
         uint32_t size = word(h, b + 4);
-        if (size < 28 || size % 4 || b + size > HEAP_SIZE - 12) return "block size at " + std::to_string(b);
+        if (size < 28 || size % 4 || b + size > heap_size - 12) return "block size at " + std::to_string(b);
         bool is_free = memcmp(h + b, "QRST", 4) == 0;
         if (!is_free && memcmp(h + b, "5678", 4) != 0) return "header tag at " + std::to_string(b);
         if (memcmp(h + b + size - 4, is_free ? "QRST" : "5678", 4) != 0) return "footer tag at " + std::to_string(b);
@@ -59,7 +61,7 @@ inline std::string check_heap(const uint8_t* h) {
         prev_free = is_free;
         b += size;
     }
-    if (b != HEAP_SIZE - 12 || memcmp(h + b, "5678", 4) != 0) return "end marker";
+    if (b != heap_size - 12 || memcmp(h + b, "5678", 4) != 0) return "end marker";
     uint32_t n = 0, prev = 0;
     for (uint32_t f = word(h, 8); f != 0; prev = f, f = word(h, f + 8)) {
         if (++n > free_blocks || memcmp(h + f, "QRST", 4) != 0) return "free list at " + std::to_string(f);
@@ -71,16 +73,19 @@ inline std::string check_heap(const uint8_t* h) {
 
 inline std::string run_one(const uint8_t* data, size_t size) {
     static Context ctx;
-    static uint8_t heap[HEAP_SIZE];
-    static VarSlot vars[SLOTS];
+    static uint8_t heap[HEAP_LARGE];
+    static VarSlot vars[SLOTS_LARGE];
+    const bool large = (size & 4) != 0;
+    const uint32_t heap_size = large ? HEAP_LARGE : HEAP_SMALL;
+    const uint16_t slots = large ? SLOTS_LARGE : SLOTS_SMALL;
     static KeywordRecord table[2];
     memset(&ctx, 0, sizeof ctx);
     memset(vars, 0, sizeof vars);
-    heap_init(heap, HEAP_SIZE);
+    heap_init(heap, heap_size);
     ctx.heap = heap;
-    ctx.heap_size = HEAP_SIZE;
+    ctx.heap_size = heap_size;
     ctx.vars = vars;
-    ctx.var_capacity = SLOTS;
+    ctx.var_capacity = slots;
     ctx.exclusive = 1;
     table[0] = KeywordRecord{0, KW_FUNCTION, 1, 1, 4, "echo"};
     table[1] = KeywordRecord{};
@@ -99,15 +104,15 @@ inline std::string run_one(const uint8_t* data, size_t size) {
     plat_native_break_after(0);
     plat_native_set_dbcs(false);
 
-    std::string bad = check_heap(heap);
+    std::string bad = check_heap(heap, heap_size);
     if (!bad.empty()) return "heap damaged: " + bad;
-    for (unsigned i = 0; i < SLOTS; ++i)
+    for (unsigned i = 0; i < slots; ++i)
         if (vars[i].value.flags && vars[i].value.string) heap_free(heap, vars[i].value.string);
-    bad = check_heap(heap);
+    bad = check_heap(heap, heap_size);
     if (!bad.empty()) return "heap damaged after freeing the variables: " + bad;
     // The count reaches the capacity only through error 3097.
-    if (ctx.var_count < SLOTS && heap_free_bytes(heap) != HEAP_SIZE - 52)
-        return "heap leak: " + std::to_string(HEAP_SIZE - 52 - heap_free_bytes(heap)) + " bytes";
+    if (ctx.var_count < slots && heap_free_bytes(heap) != heap_size - 52)
+        return "heap leak: " + std::to_string(heap_size - 52 - heap_free_bytes(heap)) + " bytes";
     return "";
 }
 
