@@ -204,6 +204,15 @@ TEST_F(Statements, SubstitutionBetweenPercentSigns) {
     }
 }
 
+TEST_F(Statements, ATooLongSubstitutedLineIsFatal) {
+    var_set_text(ctx, "long", std::string(250, 'v').c_str());
+    plat_native_set_box_answer(ANSWER_OK);
+    run(S({"ErrorMode(@off)", "x = '%long%' + 1", "echo('no')"}));
+    EXPECT_EQ(ctx->run_error, 3101);
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(boxes(), report_box(3101, "Substituted line too long. (> 256 characters)", "x = '%long%' + 1"));
+}
+
 TEST_F(Statements, SubstitutedLinesStayWithin256Characters) {
     var_set_text(ctx, "long", std::string(300, 'v').c_str());
     char buf[LINE_BUF] = "%long%";
@@ -369,6 +378,15 @@ TEST_F(Statements, TheUserBreak) {
     // The next run starts with the break flag clear.
     run(S({"echo(5)"}));
     EXPECT_EQ(out, "5\n");
+}
+
+TEST_F(Statements, CtrlBreakBeforeTheRunStopsItBeforeTheFirstLine) {
+    plat_native_press_break();
+    run(S({"echo(1)"}));
+    EXPECT_EQ(out, "");
+    EXPECT_EQ(ctx->run_result, 0);
+    EXPECT_EQ(ctx->break_flag, 1);
+    EXPECT_NE(boxes().find("192:  Execution ended|"), std::string::npos);
 }
 
 TEST_F(Statements, StatementResultsAreFreed) {
