@@ -9,7 +9,9 @@
 // both the console report and the box report are exercised; the double-byte
 // mode (code page 932's lead bytes) is on when the length's second bit is. The host
 // table has one command, echo, whose output is dropped; Call of arbitrary
-// names only reads regular files below 65,521 bytes.
+// names only reads regular files below 65,521 bytes. The input itself is
+// written to /tmp/tsl-fuzz-self.tsl first, the one file the harness writes,
+// so that an input can Call itself (nesting, Param, CANCEL, exit).
 //
 // After the run the heap is walked (tags, sizes, free-list links both
 // ways, no two free neighbours); then every variable's text is freed and
@@ -18,6 +20,7 @@
 // Returns "" or what is wrong.
 #pragma once
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -33,6 +36,7 @@ using namespace tsl;
 const uint32_t HEAP_SMALL = 2000, HEAP_LARGE = 30000;
 const uint16_t SLOTS_SMALL = 40, SLOTS_LARGE = 400;
 const unsigned BREAK_AFTER = 3000;
+const char* const SELF_PATH = "/tmp/tsl-fuzz-self.tsl";
 
 inline int32_t echo_host(PHandle, intptr_t, int32_t, int32_t, AnswerFn, void*, const char*, const char*,
                          const char*, const char*, const char*) {
@@ -97,6 +101,10 @@ inline std::string run_one(const uint8_t* data, size_t size) {
     plat_native_set_box_answer(0);
     plat_native_break_after(BREAK_AFTER);
 
+    if (FILE* f = fopen(SELF_PATH, "wb")) {
+        fwrite(data, 1, size, f);
+        fclose(f);
+    }
     std::vector<char> script(data, data + size);
     script.push_back(0);
     run_script(&ctx, script.data());
