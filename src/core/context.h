@@ -87,6 +87,8 @@ struct Context {
     const KeywordRecord* host_first_for;  // the host table host_first describes
     uint8_t host_first[32];         // bit set: some host command starts with that character
     uint8_t host_word_only;         // every host command name is made of word characters
+    uint32_t word_generation;       // a new generation at every run
+    WordCacheEntry word_cache[WORD_CACHE_SIZE];
     char scratch[40];               // integer-to-text and name reading
 
     // --- variables ---

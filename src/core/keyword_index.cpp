@@ -114,22 +114,12 @@ static void scan_host_table(Context* ctx) {
     ctx->host_first_for = t;
 }
 
-// Results of name-mode lookups by the lower-cased word: the built-in and
-// extender records (whole words) and, when its names are plain words, the
-// host table. An entry remembers the record count and host table it saw;
-// every run starts a new generation, since a host may change its table.
-struct WordCacheEntry {
-    uint64_t word[4];  // the word, NUL-padded
-    const KeywordRecord* host;
-    uint32_t generation;
-    uint16_t count;
-    int16_t id;        // token id, or -1: a variable name
-    uint8_t len;
-};
-static WordCacheEntry g_word_cache[256];
-static uint32_t g_generation = 1;
-
-void keyword_cache_new_generation() { ++g_generation; }
+// Name-mode lookups are remembered per context by the lower-cased word:
+// the built-in and extender records (whole words) and, when its names are
+// plain words, the host table. An entry remembers the record count and host
+// table it saw; every run starts a new generation, since a host may change
+// its table between runs. Being in the context, the cache needs no lock.
+void keyword_cache_new_generation(Context* ctx) { ++ctx->word_generation; }
 
 static int lookup_uncached(Context* ctx, const char* s, unsigned word_len) {
     unsigned char first = ch_lower((unsigned char)*s);
@@ -159,7 +149,7 @@ int keyword_lookup(Context* ctx, bool name_mode) {
     // One pass over the word: its length, lower-cased copy and hash, and the
     // dotted-reference test (a "." after the name's letters and digits,
     // "@" first only, within 31 characters).
-    uint64_t low_words[4] = {0, 0, 0, 0};
+    uint64_t low_words[3] = {0, 0, 0};
     char* low = reinterpret_cast<char*>(low_words);
     unsigned h = 0, len = 0, stop = 0;
     bool stopped = false;
@@ -168,19 +158,19 @@ int keyword_lookup(Context* ctx, bool name_mode) {
         if (!stopped && !(ch_alnum(c) || (c == '@' && len == 0))) { stopped = true; stop = len; }
         if (!ch_word(c)) break;
         unsigned char l = ch_lower(c);
-        if (len < 31) low[len] = (char)l;
+        if (len < WORD_CACHE_MAX_LEN) low[len] = (char)l;
         h = h * 31 + l;
     }
     if (stop < 31 && s[stop] == '.') { ctx->tok_id = K_DOTTED; return 1; }
     if (ctx->host_table && ctx->host_first_for != ctx->host_table) scan_host_table(ctx);
-    bool cacheable = len <= 30 && (!ctx->host_table || ctx->host_word_only);
+    bool cacheable = len <= WORD_CACHE_MAX_LEN && (!ctx->host_table || ctx->host_word_only);
     if (!cacheable) {
         id = lookup_uncached(ctx, s, len);
     } else {
-        WordCacheEntry& e = g_word_cache[(h ^ (h >> 8)) & 255];
-        if (e.len == len && e.generation == g_generation && e.count == g_keyword_count &&
+        WordCacheEntry& e = ctx->word_cache[(h ^ (h >> 5)) % WORD_CACHE_SIZE];
+        if (e.len == len && e.generation == ctx->word_generation && e.count == g_keyword_count &&
             e.host == ctx->host_table && e.word[0] == low_words[0] && e.word[1] == low_words[1] &&
-            e.word[2] == low_words[2] && e.word[3] == low_words[3]) {
+            e.word[2] == low_words[2]) {
             id = e.id;
         } else {
             id = lookup_uncached(ctx, s, len);
@@ -189,7 +179,7 @@ int keyword_lookup(Context* ctx, bool name_mode) {
             e.id = (int16_t)id;
             e.count = g_keyword_count;
             e.host = ctx->host_table;
-            e.generation = g_generation;
+            e.generation = ctx->word_generation;
         }
     }
     if (id < 0) return 0;

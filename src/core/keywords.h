@@ -29,6 +29,19 @@ const uint16_t VARIADIC = 100;         // argument count of a variadic function
 const int HOST_COMMAND_BASE = 900;     // ids of host commands (host table record + 900)
 const int EXTENDER_BASE = 272;         // ids of command-extender functions
 
+// A remembered name-mode lookup (the lexer's word cache, one per context):
+// the lower-cased word, NUL-padded, and the token id it gave (-1: a name).
+struct WordCacheEntry {
+    uint64_t word[3];
+    const KeywordRecord* host;  // the host table it was looked up with
+    uint32_t generation;
+    uint16_t count;             // keyword records in use then
+    int16_t id;
+    uint8_t len;
+};
+const unsigned WORD_CACHE_SIZE = 32;
+const unsigned WORD_CACHE_MAX_LEN = 23;
+
 extern KeywordRecord g_keywords[KEYWORD_CAPACITY];
 extern uint16_t g_keyword_count;
 

@@ -17,7 +17,7 @@ void read_word(Context* ctx);
 int keyword_lookup(Context* ctx, bool name_mode);
 // Starts a new generation of the lexer's word cache (at every run, since a
 // host may change its command table between runs).
-void keyword_cache_new_generation();
+void keyword_cache_new_generation(Context* ctx);
 // Builds the first-character index (with its self-check boxes) once.
 void keyword_index_build();
 // The record for a token id: built-in, extender (272..) or host command (900..).

@@ -93,7 +93,7 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
 void run_script(Context* ctx, char* script) {
     run_reset(ctx);
     ctx->host_first_for = nullptr;
-    keyword_cache_new_generation();
+    keyword_cache_new_generation(ctx);
     ctx->script = script;
     ctx->script_name = ctx->top_script_name[0] ? ctx->top_script_name : nullptr;
     plat_set_cursor(ctx, true);

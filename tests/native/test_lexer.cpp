@@ -230,11 +230,11 @@ TEST_F(Lexer, ExtenderRecordsFollowTheBuiltInOnes) {
     uint16_t saved = g_keyword_count;
     g_keywords[272] = KeywordRecord{272, KW_FUNCTION, 1, 0, 6, "zzext9"};
     g_keyword_count = 273;
-    keyword_cache_new_generation();
+    keyword_cache_new_generation(ctx);
     std::string got = dump("ZZext9(zzext9x) zzext");
     g_keywords[272] = KeywordRecord{};
     g_keyword_count = saved;
-    keyword_cache_new_generation();
+    keyword_cache_new_generation(ctx);
     EXPECT_EQ(got, "1:272:ZZext9 1:4:( 2:zzext9x 1:5:) 2:zzext") << "whole words, case-insensitive";
     EXPECT_EQ(dump("zzext9"), "2:zzext9") << "gone with its record";
 }
