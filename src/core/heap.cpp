@@ -42,6 +42,12 @@ void heap_init(uint8_t* h, uint32_t size) {
     memset(h, 0, FIRST_BLOCK);
     tag(h, 0, USED_TAG); wr(h, 4, 0); wr(h, 8, FIRST_BLOCK); wr(h, 12, FIRST_BLOCK); tag(h, 16, USED_TAG);
     tag(h, 20, USED_TAG); wr(h, 24, 0); wr(h, ROVER, FIRST_BLOCK); tag(h, 36, USED_TAG);
+    if (size < FIRST_BLOCK + HEAP_MIN_BLOCK + 12) {
+        // No room for one block: an empty free list, so every request fails.
+        wr(h, 8, 0); wr(h, 12, 0); wr(h, ROVER, 0);
+        if (size >= FIRST_BLOCK + 12) tag(h, size - 12, USED_TAG);
+        return;
+    }
     uint32_t free_size = size - 52;
     tag(h, FIRST_BLOCK, FREE_TAG);
     wr(h, FIRST_BLOCK + 4, free_size);
