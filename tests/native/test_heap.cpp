@@ -242,6 +242,34 @@ TEST_F(Heap, EverySizeFromAFewHundredTo65536) {
     }
 }
 
+TEST_F(Heap, TooSmallForOneBlockRefusesEveryRequest) {
+    // Below 80 bytes there is no room for the sentinels, one 28-byte block
+    // and the end: every request fails, and nothing is read outside.
+    for (uint32_t s : {52u, 60u, 64u, 76u, 79u}) {
+        init(s);
+        EXPECT_EQ(heap_alloc(h, 0), 0) << "heap of " << s;
+        EXPECT_EQ(heap_free_bytes(h), 0u) << "heap of " << s;
+    }
+    init(80);
+    EXPECT_EQ(heap_alloc(h, 16), 48) << "80 bytes hold one 28-byte block";
+}
+
+TEST_F(Heap, SizesThatAreNoMultipleOfFour) {
+    for (uint32_t s : {301u, 1001u, 65535u}) {
+        init(s);
+        SCOPED_TRACE("heap of " + std::to_string(s));
+        EXPECT_EQ(word(44), s - 52);
+        EXPECT_EQ(tag(s - 12), "5678");
+        std::vector<uint16_t> got;
+        for (uint16_t o; (o = heap_alloc(h, 5));) got.push_back(o);
+        EXPECT_EQ(heap_free_bytes(h), 0u);
+        for (uint16_t o : got) heap_free(h, o);
+        EXPECT_EQ(heap_free_bytes(h), s - 52);
+        EXPECT_EQ(word(44), s - 52) << "merged back into one block";
+        EXPECT_EQ(plat_native_take_boxes(), "");
+    }
+}
+
 // Thousands of random requests and frees checked after every step: the
 // heap walk (tags, sizes, free-list links both ways, no two free
 // neighbours, sizes adding up), no overlap of live blocks (their bytes keep
