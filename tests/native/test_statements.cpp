@@ -7,6 +7,7 @@
 #include <unistd.h>
 #include <cstdio>
 #include <fstream>
+#include "core/report.h"
 #include "core/statements.h"
 #include "core_fixture.h"
 
@@ -323,6 +324,14 @@ TEST_F(Statements, ErrorModes) {
     // Each run starts in @cancel.
     run(S({minor.c_str(), "echo('no')"}));
     EXPECT_EQ(out, "");
+}
+
+TEST_F(Statements, SeverityByNumber) {
+    struct { unsigned error; int severity; } rows[] = {
+        {1, SEV_MINOR}, {1016, SEV_MINOR}, {2000, SEV_MINOR}, {2001, SEV_MODERATE}, {3000, SEV_MODERATE},
+        {3001, SEV_FATAL}, {8999, SEV_FATAL},
+    };
+    for (auto& r : rows) EXPECT_EQ(severity_of(r.error), r.severity) << r.error;
 }
 
 TEST_F(Statements, TheIdentificationLineIsInEveryReport) {
