@@ -2,6 +2,7 @@
 // and their limits, numbers, literals with their quote rules, the dotted
 // reference, the first-character index over all 272 records, unget, the
 // word reader, and double-byte characters.
+#include <random>
 #include "core_fixture.h"
 
 namespace tsl {
@@ -248,6 +249,53 @@ TEST_F(Lexer, NamesAreRegisteredWithFlags8) {
         EXPECT_STREQ(vars[s].name, n);
     }
     EXPECT_EQ(ctx->var_count, 3);
+}
+
+// Random lines from an alphabet of token starts, in both code-page modes:
+// every token moves the cursor forward and stays inside the line, its text
+// fits the buffer, and unget then get reads the same token again (for all
+// but literals, whose step back is short by their quotes).
+TEST_F(Lexer, RandomLinesTokenizeWithinTheLine) {
+    std::mt19937 rng(99);
+    const char* pieces[] = {"a", "Z", "@", "1", "0", " ", "\t", "<", ">", "=", "!", "&", "|", "^", "~", "+",
+                            "-", "*", "/", "(", ")", ",", "'", "\"", "`", "mod", "if", "then", "echo",
+                            "@true", "strlen", "\x88\x9f", "\x95'", "a.b", "x1.y"};
+    const char* rare[] = {".", "?", "#", "%", "\xe9", ";"};   // errors and comments end the line
+    use_vars(400);
+    unsigned checked = 0;
+    for (int round = 0; round < 20000; ++round) {
+        plat_native_set_dbcs(round % 2);
+        std::string text;
+        unsigned n = 1 + rng() % 60;
+        for (unsigned i = 0; i < n && text.size() < 250; ++i)
+            text += rng() % 50 ? pieces[rng() % (sizeof pieces / sizeof *pieces)] : rare[rng() % 6];
+        line = text;
+        const char* begin = line.c_str();
+        const char* end = begin + line.size();
+        ctx->cursor = begin;
+        ctx->error = 0;
+        for (int guard = 0; guard < 300; ++guard) {
+            const char* before = ctx->cursor;
+            get_token(ctx);
+            if (ctx->error == 3097) { use_vars(400); break; }
+            if (ctx->error || ctx->tok_kind == T_END) break;
+            ASSERT_GT(ctx->cursor, before) << text;
+            ASSERT_LE(ctx->cursor, end) << text;
+            ASSERT_LT(strlen(ctx->tok_text), TOKEN_BUF) << text;
+            if (ctx->tok_kind == T_STRING) continue;
+            Token t{ctx->tok_kind, ctx->tok_id, ctx->tok_text};
+            const char* after = ctx->cursor;
+            unget_token(ctx);
+            get_token(ctx);
+            ASSERT_EQ(ctx->error, 0) << text;
+            ASSERT_EQ(ctx->cursor, after) << text << ": unget and get again";
+            ASSERT_EQ(ctx->tok_kind, t.kind) << text;
+            ASSERT_EQ(std::string(ctx->tok_text), t.text) << text;
+            if (t.kind == T_KEYWORD) { ASSERT_EQ(ctx->tok_id, t.id) << text; }
+            ++checked;
+        }
+    }
+    EXPECT_GT(checked, 80000u) << "tokens read, stepped back over and read again";
 }
 
 } // namespace
