@@ -349,6 +349,17 @@ TEST_F(Statements, ConsoleReportsNameTheScriptAndLine) {
     EXPECT_EQ(err, "t.tsl(3): error 3062: Attempt to divide by zero\n    y = 1 / 0\n");
 }
 
+TEST_F(Statements, ConsoleReportsInACalledFileNameThatFile) {
+    std::string callee = file("inner.tsl", S({"a = 1", "b = 1 / 0"}));
+    plat_set_console_mode(true);
+    strcpy(ctx->top_script_name, "outer.tsl");
+    testing::internal::CaptureStderr();
+    run(S({"; first line", ("Call('" + callee + "', '')").c_str(), "c = 1 / 0"}));
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_EQ(err, callee + "(2): error 3062: Attempt to divide by zero\n    b = 1 / 0\n")
+        << "the caller stops silently after its callee's report";
+}
+
 TEST_F(Statements, DebugTraceShowsEachLine) {
     plat_set_console_mode(true);
     testing::internal::CaptureStderr();
