@@ -1,9 +1,18 @@
-// A test host: loads TSLPR32I.dll by its exports and drives it like a host
-// program. The contexts can also be looked into (white-box) through the
-// interpreter's own context layout.
+// The one fixture of the Windows tests: a host that loads TSLPR32I.dll by its
+// exports, attaches contexts (modes 0-3), runs scripts from strings, reads the
+// run services and collects Echo output; a user thread that reads and presses
+// every dialog box of this process; standard error, settings and file helpers.
 #pragma once
+#include <gtest/gtest.h>
 #include <windows.h>
+#include <atomic>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
 #include <string>
+#include <thread>
+#include <vector>
 #include "../../include/tslpr32i.h"
 #include "core/context.h"
 
@@ -12,29 +21,42 @@ struct Dll {
     TslDoDaDllInitProc init = nullptr;
     TslProcessDaBatBufferProc run = nullptr;
     TslDLLServicesProc services = nullptr;
-
-    bool load() {
-        module = LoadLibraryA("TSLPR32I.dll");
+    bool load(const char* path = "TSLPR32I.dll") {
+        module = LoadLibraryA(path);
         if (!module) return false;
         init = (TslDoDaDllInitProc)(void*)GetProcAddress(module, "DoDaDllInit");
         run = (TslProcessDaBatBufferProc)(void*)GetProcAddress(module, "ProcessDaBatBuffer");
         services = (TslDLLServicesProc)(void*)GetProcAddress(module, "DLLServices");
         return init && run && services;
     }
-    void unload() {
-        if (module) FreeLibrary(module);
-        module = NULL;
-    }
+    void unload() { if (module) FreeLibrary(module); module = NULL; }
+    void console(int on) { services(NULL, TSL_SERVICE_CONSOLE, on, 0, 0); }
+};
+inline Dll g_dll;
+
+// Every test program loads the DLL once.
+class DllTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(g_dll.load()) << "TSLPR32I.dll or its entries missing"; }
 };
 
-// One interpreter context with its variable table and heap, started in modes 0..3.
+inline std::string crlf(const std::vector<std::string>& lines) {
+    std::string s;
+    for (auto& l : lines) s += l + "\r\n";
+    return s;
+}
+
+// One interpreter context with its variable table and heap, started in modes 0..3
+// and shut down (mode 99) by the destructor. Echo(text) lines go to `out`.
 struct HostContext {
     Dll* dll;
     HGLOBAL ctx = NULL, vars = NULL, heap = NULL;
     WORD results[4] = {0, 0, 0, 0};
+    std::string out;
+    static inline HostContext* echoing = nullptr;
 
-    HostContext(Dll* d, const char* host_name = "tslhosttest", const char* usage = "test host",
-                unsigned slots = 2000, LPARAM heap_size = 65536) : dll(d) {
+    explicit HostContext(Dll* d = &g_dll, const char* host_name = "tslhosttest", const char* usage = "test host",
+                         unsigned slots = 2000, LPARAM heap_size = 65536) : dll(d) {
         HINSTANCE inst = GetModuleHandleA(NULL);
         results[0] = dll->init(inst, NULL, TSL_INTERFACE_VERSION, TSL_INIT_INTERFACE, 0, NULL, NULL);
         ctx = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, results[0] ? results[0] : TSL_CONTEXT_SIZE);
@@ -43,6 +65,7 @@ struct HostContext {
         results[1] = dll->init(inst, ctx, 0, TSL_INIT_CONTEXT, 7, "tslhost", "1.0");
         results[2] = dll->init(inst, ctx, (WPARAM)vars, TSL_INIT_VARIABLES, 0, host_name, "second name");
         results[3] = dll->init(inst, ctx, (WPARAM)heap, TSL_INIT_HEAP, heap_size, usage, NULL);
+        service(TSL_SERVICE_IDENT, (LPARAM) "Core test host");
     }
     ~HostContext() {
         dll->init(GetModuleHandleA(NULL), ctx, 0, TSL_INIT_SHUTDOWN, 0, NULL, NULL);
@@ -50,29 +73,38 @@ struct HostContext {
         GlobalFree(vars);
         GlobalFree(ctx);
     }
+    static long WINAPI echo_proc(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record, LPCSTR t1,
+                                 LPCSTR, LPCSTR, LPCSTR, LPCSTR) {
+        if (command == 0 && echoing) echoing->out += std::string(t1) + "\n";
+        return answer(0, 0, record, 0, 0, NULL);
+    }
+    static inline const TslKeywordRecord kEcho[] = {{0, TSL_KIND_FUNCTION, 1, 1, 4, "echo"}, {0, 0, 0, 0, 0, ""}};
 
-    // Runs a script text with an optional host command procedure and table.
-    long run(const std::string& text, TslCommandProc proc = nullptr, const TslKeywordRecord* table = nullptr,
+    // Runs a script text from a movable block; without a procedure of its own
+    // the host answers Echo.
+    long run(const std::string& text, TslCommandProc proc = echo_proc, const TslKeywordRecord* table = kEcho,
              HWND owner = NULL) {
         HGLOBAL script = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
-        char* p = (char*)GlobalLock(script);
-        memcpy(p, text.c_str(), text.size() + 1);
+        memcpy(GlobalLock(script), text.c_str(), text.size() + 1);
         GlobalUnlock(script);
-        long r = dll->run(owner, ctx, script, proc, table);
+        HostContext* saved = echoing;
+        echoing = this;
+        long r = dll->run(owner, ctx, script, proc, proc == echo_proc ? kEcho : table);
+        echoing = saved;
         GlobalFree(script);
         return r;
     }
     LRESULT service(int code, LPARAM p1 = 0, LPARAM p2 = 0, LPARAM p3 = 0) {
         return dll->services(ctx, code, p1, p2, p3);
     }
+    long error() { return (long)service(TSL_SERVICE_RUN_ERROR); }
+    long result() { return (long)service(TSL_SERVICE_RUN_RESULT); }
     std::string get(const char* name) {
         char buf[300] = "";
         if (!service(TSL_SERVICE_GET_VAR, (LPARAM)name, (LPARAM)buf, sizeof buf)) return "<undefined>";
         return buf;
     }
-
-    // White-box view of the context (valid until unlock()).
-    tsl::Context* lock() { return (tsl::Context*)GlobalLock(ctx); }
+    tsl::Context* lock() { return (tsl::Context*)GlobalLock(ctx); }  // white-box view until unlock()
     void unlock() { GlobalUnlock(ctx); }
 };
 
@@ -97,14 +129,10 @@ struct StderrCapture {
         while (ReadFile(file, buf, sizeof buf, &got, NULL) && got) s.append(buf, got);
         return s;
     }
-    ~StderrCapture() {
-        SetStdHandle(STD_ERROR_HANDLE, saved);
-        CloseHandle(file);
-        DeleteFileA(path);
-    }
+    ~StderrCapture() { SetStdHandle(STD_ERROR_HANDLE, saved); CloseHandle(file); DeleteFileA(path); }
 };
 
-// Settings in TSLPROCS.INI (the Windows directory), restored when the test ends.
+// A setting in TSLPROCS.INI (the Windows directory), restored when the test ends.
 struct SettingOverride {
     std::string section, key, old;
     bool had;
@@ -115,7 +143,138 @@ struct SettingOverride {
         old = buf;
         WritePrivateProfileStringA(s, k, value, "TSLPROCS.INI");
     }
-    ~SettingOverride() {
-        WritePrivateProfileStringA(section.c_str(), key.c_str(), had ? old.c_str() : NULL, "TSLPROCS.INI");
+    ~SettingOverride() { WritePrivateProfileStringA(section.c_str(), key.c_str(), had ? old.c_str() : NULL, "TSLPROCS.INI"); }
+};
+
+// What the user saw in one box: caption, Static texts joined by "|", the texts
+// of the controls by id, the buttons, the owner and the icon.
+struct SeenBox {
+    std::string caption, text;
+    std::map<int, std::string> items;
+    bool ok = false, cancel = false;
+    HWND owner = NULL;
+    HICON icon = NULL;
+};
+
+// The user: a thread that waits for each visible dialog box of this process
+// (class #32770), reads it and presses the button that `answer` picks.
+class User {
+public:
+    explicit User(std::function<int(const SeenBox&)> answer) : answer_(answer), thread_([this] { loop(); }) {}
+    explicit User(std::vector<int> buttons)  // the buttons in turn, the last one again
+        : User([buttons, n = std::make_shared<size_t>(0)](const SeenBox&) {
+              return buttons[(*n)++ < buttons.size() ? *n - 1 : buttons.size() - 1];
+          }) {}
+    ~User() { finish(); }
+    void finish() { stop_ = true; if (thread_.joinable()) thread_.join(); }
+    std::vector<SeenBox> seen() { std::lock_guard<std::mutex> lock(mutex_); return seen_; }
+
+private:
+    static BOOL CALLBACK child(HWND w, LPARAM lp) {
+        SeenBox* b = (SeenBox*)lp;
+        char cls[32], text[1024] = "";
+        GetClassNameA(w, cls, sizeof cls);
+        GetWindowTextA(w, text, sizeof text);
+        b->items[GetDlgCtrlID(w)] = text;
+        if (lstrcmpiA(cls, "Static") != 0) return TRUE;
+        if ((GetWindowLongA(w, GWL_STYLE) & SS_TYPEMASK) == SS_ICON) b->icon = (HICON)SendMessageA(w, STM_GETICON, 0, 0);
+        else if (text[0]) b->text += (b->text.empty() ? "" : "|") + std::string(text);
+        return TRUE;
+    }
+    static BOOL CALLBACK top(HWND w, LPARAM lp) {
+        HWND* s = (HWND*)lp;  // in: the box to skip, out: the box found
+        DWORD pid = 0;
+        char cls[16];
+        GetWindowThreadProcessId(w, &pid);
+        if (pid != GetCurrentProcessId() || w == s[0] || !IsWindowVisible(w)) return TRUE;
+        if (!GetClassNameA(w, cls, sizeof cls) || strcmp(cls, "#32770") != 0) return TRUE;
+        s[1] = w;
+        return FALSE;
+    }
+    void loop() {
+        HWND s[2] = {NULL, NULL};
+        while (!stop_) {
+            s[1] = NULL;
+            EnumWindows(top, (LPARAM)s);
+            if (s[1]) {
+                Sleep(50);  // let the box finish painting its controls
+                SeenBox b;
+                char caption[300] = "";
+                GetWindowTextA(s[1], caption, sizeof caption);
+                b.caption = caption;
+                EnumChildWindows(s[1], child, (LPARAM)&b);
+                b.ok = GetDlgItem(s[1], IDOK) != NULL;
+                b.cancel = GetDlgItem(s[1], IDCANCEL) != NULL;
+                b.owner = GetWindow(s[1], GW_OWNER);
+                { std::lock_guard<std::mutex> lock(mutex_); seen_.push_back(b); }
+                int id = answer_(b);
+                PostMessageA(s[1], WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), (LPARAM)GetDlgItem(s[1], id));
+                s[0] = s[1];
+            }
+            Sleep(20);
+        }
+    }
+    std::function<int(const SeenBox&)> answer_;
+    std::atomic<bool> stop_{false};
+    std::mutex mutex_;
+    std::vector<SeenBox> seen_;
+    std::thread thread_;
+};
+
+// A fresh temporary directory for a test, removed with its files by the destructor.
+struct TempDir {
+    std::string dir;
+    explicit TempDir(const char* name = "tslwin") {
+        static int counter = 0;
+        char base[MAX_PATH];
+        GetTempPathA(sizeof base, base);
+        dir = std::string(base) + name + "-" + std::to_string(GetCurrentProcessId()) + "-" + std::to_string(++counter);
+        CreateDirectoryA(dir.c_str(), NULL);
+    }
+    ~TempDir() { remove(dir); }
+    std::string at(const std::string& name) const { return dir + "\\" + name; }
+    static void remove(const std::string& d) {
+        WIN32_FIND_DATAA fd;
+        HANDLE h = FindFirstFileA((d + "\\*").c_str(), &fd);
+        if (h != INVALID_HANDLE_VALUE) {
+            do {
+                std::string name = fd.cFileName, path = d + "\\" + name;
+                if (name == "." || name == "..") continue;
+                if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) remove(path);
+                else { SetFileAttributesA(path.c_str(), FILE_ATTRIBUTE_NORMAL); DeleteFileA(path.c_str()); }
+            } while (FindNextFileA(h, &fd));
+            FindClose(h);
+        }
+        RemoveDirectoryA(d.c_str());
     }
 };
+
+inline void write_file(const std::string& path, const std::string& data) {
+    HANDLE h = CreateFileA(path.c_str(), GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);
+    DWORD put = 0;
+    WriteFile(h, data.data(), (DWORD)data.size(), &put, NULL);
+    CloseHandle(h);
+}
+
+inline std::string read_file(const std::string& path) {
+    HANDLE h = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, NULL, OPEN_EXISTING, 0, NULL);
+    if (h == INVALID_HANDLE_VALUE) return "<missing>";
+    std::string s;
+    char buf[4096];
+    DWORD got;
+    while (ReadFile(h, buf, sizeof buf, &got, NULL) && got) s.append(buf, got);
+    CloseHandle(h);
+    return s;
+}
+
+// Sets a file's last-write time from a local time.
+inline void set_local_time(const std::string& path, int year, int month, int day, int hour, int minute) {
+    SYSTEMTIME st = {};
+    st.wYear = (WORD)year; st.wMonth = (WORD)month; st.wDay = (WORD)day; st.wHour = (WORD)hour; st.wMinute = (WORD)minute;
+    FILETIME local, utc;
+    SystemTimeToFileTime(&st, &local);
+    LocalFileTimeToFileTime(&local, &utc);
+    HANDLE h = CreateFileA(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ, NULL, OPEN_EXISTING, 0, NULL);
+    SetFileTime(h, NULL, NULL, &utc);
+    CloseHandle(h);
+}

@@ -1,364 +1,194 @@
 // The language core with real windows: report boxes under each error mode,
-// the "EXECUTE::" box, the statement trace, the goto cache in the host's
-// buffer and the language file. A second thread plays the user
-// (core_user.h). The user break typed on the keyboard is in test_core_break.cpp.
-#include "core_user.h"
+// the "EXECUTE::" box, the statement trace, plain boxes, the goto cache in the
+// host's buffer, the language file, IntControl and the debugger output. The
+// user (a second thread) reads every box and presses its button.
+#include "host_harness.h"
 
-static Dll g_dll;
+#define FOOTER "\n\nCore test host\nTSL Version: 1.3a"
 
-class CoreWindows : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(g_dll.load()) << "TSLPR32I.dll or its entries missing"; }
-};
+class CoreWindows : public DllTest {};
 
-// --- the error report box ---
+enum Icon { NONE, HAND, EXCLAMATION };
+struct Box { const char* caption; const char* text; bool cancel; Icon icon; };
 
-TEST_F(CoreWindows, NotifyReportOkGoesOnWithTheNextLine) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"ErrorMode(@notify)", "x = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "y = 2"})));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size());
-    EXPECT_EQ("1100:  StrIndex/StrScan 3rd parameter out of bounds", seen[0].caption);
-    EXPECT_EQ(std::string("x = StrIndex(\"abc\", \"b\", 9, @fwdscan)") + kFooter, seen[0].text);
-    EXPECT_TRUE(seen[0].ok);
-    EXPECT_TRUE(seen[0].cancel) << "a minor error under @notify offers Cancel";
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ(1, host->service(TSL_SERVICE_RUN_RESULT));
-    EXPECT_EQ("2", host->get("y"));
-    EXPECT_EQ("0", host->get("x")) << "the failed assignment leaves 0";
-}
-
-TEST_F(CoreWindows, NotifyReportCancelStopsTheRun) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDCANCEL; });
-    EXPECT_EQ(1, host->run(crlf({"ErrorMode(@notify)", "a.b = 1", "y = 2"})));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size());
-    EXPECT_EQ("2253:  Cannot assign to or drop a special variable", seen[0].caption);
-    EXPECT_TRUE(seen[0].cancel) << "a moderate error under @notify offers Cancel";
-    EXPECT_EQ(2253, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
-    EXPECT_EQ("<undefined>", host->get("y"));
-}
-
-TEST_F(CoreWindows, ReportBoxesOfEachModeAndSeverity) {
-    struct { const char* mode; const char* line; const char* caption; bool cancel; bool goes_on; } rows[] = {
-        // row 0: @cancel, the default: OK only, and the run stops
-        {"@cancel", "x = StrIndex(\"\", \"a\", 1, @fwdscan)", "1100:  StrIndex/StrScan 3rd parameter out of bounds",
-         false, false},
-        // row 1: @off shows moderate errors with OK and Cancel
-        {"@off", "a.b = 1", "2253:  Cannot assign to or drop a special variable", true, true},
-        // rows 2-4: fatal errors show OK only and stop under every mode
-        {"@notify", "x = 1 / 0", "3062:  Attempt to divide by zero", false, false},
-        {"@off", "x = 1 +", "3061:  Illegal Syntax", false, false},
-        {"@cancel", "goto nowhere", "3033:  GoTo label not found", false, false},
+// Each row: a script, the buttons pressed in turn, the boxes seen, how the run ended.
+TEST_F(CoreWindows, BoxesOfReportsExecuteTraceAndIntControl1) {
+    struct Row { int line; std::vector<std::string> script; std::vector<int> press; std::vector<Box> boxes;
+                 long error, result; std::string out; } rows[] = {
+        // @notify: OK goes on with the next line, a failed assignment leaves 0
+        {__LINE__, {"ErrorMode(@notify)", "x = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "Echo(x)"}, {IDOK},
+         {{"1100:  StrIndex/StrScan 3rd parameter out of bounds", "x = StrIndex(\"abc\", \"b\", 9, @fwdscan)" FOOTER,
+           true, EXCLAMATION}}, 0, 1, "0\n"},
+        // @notify: Cancel stops the run
+        {__LINE__, {"ErrorMode(@notify)", "a.b = 1", "Echo(2)"}, {IDCANCEL},
+         {{"2253:  Cannot assign to or drop a special variable", "a.b = 1" FOOTER, true, EXCLAMATION}}, 2253, 0, ""},
+        // @cancel, the default: OK only, and the run stops
+        {__LINE__, {"x = StrIndex(\"\", \"a\", 1, @fwdscan)", "Echo(2)"}, {IDOK},
+         {{"1100:  StrIndex/StrScan 3rd parameter out of bounds", "x = StrIndex(\"\", \"a\", 1, @fwdscan)" FOOTER,
+           false, HAND}}, 1100, 0, ""},
+        // @off shows moderate errors with OK and Cancel
+        {__LINE__, {"ErrorMode(@off)", "a.b = 1", "Echo(2)"}, {IDOK},
+         {{"2253:  Cannot assign to or drop a special variable", "a.b = 1" FOOTER, true, EXCLAMATION}}, 0, 1, "2\n"},
+        // fatal errors show OK only and stop under every mode
+        {__LINE__, {"ErrorMode(@notify)", "x = 1 / 0", "Echo(2)"}, {IDOK},
+         {{"3062:  Attempt to divide by zero", "x = 1 / 0" FOOTER, false, HAND}}, 3062, 0, ""},
+        {__LINE__, {"ErrorMode(@off)", "x = 1 +"}, {IDOK}, {{"3061:  Illegal Syntax", "x = 1 +" FOOTER, false, HAND}},
+         3061, 0, ""},
+        {__LINE__, {"goto nowhere"}, {IDOK}, {{"3033:  GoTo label not found", "goto nowhere" FOOTER, false, HAND}},
+         3033, 0, ""},
+        // EXECUTE:: shows the line alone; OK goes on
+        {__LINE__, {"execute x = 1 +", "Echo(2)"}, {IDOK},
+         {{"EXECUTE::Illegal Syntax", "execute x = 1 +", true, EXCLAMATION}}, 0, 1, "2\n"},
+        // Cancel stops silently with 9013; a nested execute asks again with "Cancelled"
+        {__LINE__, {"execute goto nowhere", "Echo(2)"}, {IDCANCEL},
+         {{"EXECUTE::GoTo label not found", "execute goto nowhere", true, EXCLAMATION}}, 9013, 0, ""},
+        {__LINE__, {"execute execute x = 1 +", "Echo(2)"}, {IDCANCEL},
+         {{"EXECUTE::Illegal Syntax", "execute execute x = 1 +", true, EXCLAMATION},
+          {"EXECUTE::Cancelled", "execute execute x = 1 +", true, EXCLAMATION}}, 9013, 0, ""},
+        // the trace asks before each line; Cancel stops before the line
+        {__LINE__, {"Debug(@on)", "Echo(1)", ":lab b = 2", "Echo(3)"}, {IDOK, IDOK, IDCANCEL},
+         {{"Debug: run this line?", "Echo(1)", true, NONE}, {"Debug: run this line?", ":lab b = 2", true, NONE},
+          {"Debug: run this line?", "Echo(3)", true, NONE}}, 0, 0, "1\n"},
+        // IntControl 1: two plain boxes in turn
+        {__LINE__, {"Echo(IntControl(1, \"first caption\", \"first text\", \"second caption\", \"second text\"))"},
+         {IDOK}, {{"first caption", "first text", false, NONE}, {"second caption", "second text", false, NONE}}, 0, 1,
+         "1\n"},
     };
-    for (unsigned i = 0; i < sizeof rows / sizeof rows[0]; ++i) {
-        std::unique_ptr<HostContext> host(new_host(&g_dll));
-        User user([](const SeenBox&) { return IDOK; });
-        EXPECT_EQ(1, host->run(crlf({std::string("ErrorMode(") + rows[i].mode + ")", rows[i].line, "y = 2"})));
+    HWND owner = CreateWindowA("STATIC", "core owner test", WS_OVERLAPPEDWINDOW, 10, 10, 200, 100, NULL, NULL, NULL, NULL);
+    ASSERT_NE(nullptr, owner);
+    const HICON icons[] = {NULL, LoadIcon(NULL, IDI_HAND), LoadIcon(NULL, IDI_EXCLAMATION)};
+    for (auto& r : rows) {
+        HostContext host;
+        User user(r.press);
+        EXPECT_EQ(1, host.run(crlf(r.script), HostContext::echo_proc, nullptr, owner)) << "row at line " << r.line;
         user.finish();
         auto seen = user.seen();
-        ASSERT_EQ(1u, seen.size()) << "row " << i;
-        EXPECT_EQ(rows[i].caption, seen[0].caption) << "row " << i;
-        EXPECT_EQ(rows[i].line + std::string(kFooter), seen[0].text) << "row " << i;
-        EXPECT_TRUE(seen[0].ok) << "row " << i;
-        EXPECT_EQ(rows[i].cancel, seen[0].cancel) << "row " << i;
-        // OK alone comes with the stop sign, OK and Cancel with the exclamation mark.
-        EXPECT_EQ(LoadIcon(NULL, rows[i].cancel ? IDI_EXCLAMATION : IDI_HAND), seen[0].icon) << "row " << i;
-        EXPECT_EQ(rows[i].goes_on ? "2" : "<undefined>", host->get("y")) << "row " << i;
+        ASSERT_EQ(r.boxes.size(), seen.size()) << "row at line " << r.line;
+        for (size_t i = 0; i < seen.size(); ++i) {
+            EXPECT_EQ(r.boxes[i].caption, seen[i].caption) << "row at line " << r.line << ", box " << i;
+            EXPECT_EQ(r.boxes[i].text, seen[i].text) << "row at line " << r.line << ", box " << i;
+            EXPECT_TRUE(seen[i].ok) << "row at line " << r.line << ", box " << i;
+            EXPECT_EQ(r.boxes[i].cancel, seen[i].cancel) << "row at line " << r.line << ", box " << i;
+            if (r.boxes[i].icon != NONE || !r.boxes[i].cancel) {  // the trace's icon is left open
+                EXPECT_EQ(icons[r.boxes[i].icon], seen[i].icon) << "row at line " << r.line << ", box " << i;
+            }
+            EXPECT_EQ(owner, seen[i].owner) << "row at line " << r.line << ", box " << i;
+        }
+        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
+        EXPECT_EQ(r.result, host.result()) << "row at line " << r.line;
+        EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
     }
-}
-
-TEST_F(CoreWindows, OffHidesMinorErrorsWithoutABox) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"ErrorMode(@off)", "x = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "e = LastError()"})));
-    user.finish();
-    EXPECT_EQ(0u, user.seen().size());
-    EXPECT_EQ("1100", host->get("e"));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-}
-
-TEST_F(CoreWindows, ErrorModeStartsAtCancelInEveryRun) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"ErrorMode(@off)"})));
-    EXPECT_EQ(1, host->run(crlf({"m = ErrorMode(@cancel)"})));
-    user.finish();
-    EXPECT_EQ("1", host->get("m"));
-}
-
-// --- execute ---
-
-TEST_F(CoreWindows, ExecuteBoxOkGoesOn) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"execute x = 1 +", "y = 2"})));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size());
-    EXPECT_EQ("EXECUTE::Illegal Syntax", seen[0].caption);
-    EXPECT_EQ("execute x = 1 +", seen[0].text) << "the line alone, no footer";
-    EXPECT_EQ(LoadIcon(NULL, IDI_EXCLAMATION), seen[0].icon);
-    EXPECT_TRUE(seen[0].ok);
-    EXPECT_TRUE(seen[0].cancel);
-    EXPECT_EQ("2", host->get("y"));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-}
-
-TEST_F(CoreWindows, ExecuteBoxCancelStopsSilentlyWith9013) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDCANCEL; });
-    EXPECT_EQ(1, host->run(crlf({"execute goto nowhere", "y = 2"})));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size()) << "no report follows the Cancel";
-    EXPECT_EQ("EXECUTE::GoTo label not found", seen[0].caption);
-    EXPECT_EQ(9013, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
-    EXPECT_EQ("<undefined>", host->get("y"));
-}
-
-TEST_F(CoreWindows, NestedExecuteAsksAgainWithCancelledAndBoxesAreOwnedByTheOwner) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    HWND owner = CreateWindowA("STATIC", "core owner test", WS_OVERLAPPEDWINDOW, 10, 10, 200, 100, NULL, NULL,
-                               NULL, NULL);
-    ASSERT_NE(nullptr, owner);
-    User user([](const SeenBox&) { return IDCANCEL; });
-    EXPECT_EQ(1, host->run(crlf({"execute execute x = 1 +", "y = 2"}), nullptr, nullptr, owner));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(2u, seen.size());
-    EXPECT_EQ("EXECUTE::Illegal Syntax", seen[0].caption);
-    EXPECT_EQ("EXECUTE::Cancelled", seen[1].caption) << "the outer execute reports the inner Cancel";
-    for (auto& b : seen) {
-        EXPECT_EQ("execute execute x = 1 +", b.text);
-        EXPECT_EQ(owner, b.owner);
-    }
-    EXPECT_EQ(9013, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ("<undefined>", host->get("y"));
     DestroyWindow(owner);
 }
 
-TEST_F(CoreWindows, ReportBoxIsOwnedByTheRunsOwnerWindow) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    HWND owner = CreateWindowA("STATIC", "core owner test 2", WS_OVERLAPPEDWINDOW, 10, 10, 200, 100, NULL, NULL,
-                               NULL, NULL);
-    ASSERT_NE(nullptr, owner);
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"x = 1 +"}), nullptr, nullptr, owner));
+TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
+    HostContext host;
+    User user({IDOK});
+    EXPECT_EQ(1, host.run(crlf({"x = 5", "if 1 then a = 1", "ErrorMode(@off)", "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)",
+                                "Exclusive(@on)", "IntControl(7, \"1\", \"\", \"\", \"\")", "Debug(@on)"})));
+    EXPECT_EQ(1, host.run(crlf({"Echo(x + 1)", "then Echo(\"then\")", "else Echo(\"else\")", "Echo(LastError())",
+                                "Echo(ErrorMode(@off))", "Echo(Debug(@off))", "Echo(Exclusive(@off))",
+                                "Echo(IntControl(7, \"0\", \"\", \"\", \"\"))"})));
     user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size());
-    EXPECT_EQ(owner, seen[0].owner);
-    DestroyWindow(owner);
+    EXPECT_EQ(0u, user.seen().size()) << "the trace was switched off by the new run";
+    // the last IF result starts false, LastError at 0, ErrorMode at @cancel, Debug off;
+    // Exclusive and the debugger output of IntControl 7 are kept
+    EXPECT_EQ("6\nelse\n0\n1\n0\n1\n1\n", host.out);
 }
 
 // --- the goto cache in the host's buffer ---
 
-// Runs a script from a movable block that the test keeps, and returns the
-// block's bytes after the run.
-static std::string run_kept(HostContext* host, HGLOBAL block) {
-    EXPECT_EQ(1, g_dll.run(NULL, host->ctx, block, nullptr, nullptr));
-    const char* p = (const char*)GlobalLock(block);
-    std::string s(p, GlobalSize(block));
-    GlobalUnlock(block);
-    return s;
-}
-
 static HGLOBAL make_block(const std::string& text) {
     HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
-    char* p = (char*)GlobalLock(block);
-    memcpy(p, text.c_str(), text.size() + 1);
+    memcpy(GlobalLock(block), text.c_str(), text.size() + 1);
     GlobalUnlock(block);
     return block;
 }
 
-// The position that the five cache bytes at `at` hold.
-static unsigned cached_position(const std::string& s, size_t at) {
-    unsigned p = 0;
-    for (int k = 1; k <= 4; ++k) p = p << 4 | ((unsigned char)s[at + k] & 15);
-    return p;
+// Runs a kept block and returns its bytes after the run.
+static std::string run_kept(HostContext& host, HGLOBAL block) {
+    EXPECT_EQ(1, g_dll.run(NULL, host.ctx, block, nullptr, nullptr));
+    std::string s((const char*)GlobalLock(block), GlobalSize(block));
+    GlobalUnlock(block);
+    return s;
 }
 
 TEST_F(CoreWindows, GotoWritesItsCacheOverTheKeywordInTheHostsBuffer) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
+    HostContext host;
     // Padding puts the second label beyond 4096 bytes, so all four nibbles count.
-    std::vector<std::string> lines = {"Exclusive(@on)", "n = 0", ":loop", "n = n + 1", "if n < 3 then goto loop",
-                                      "goto End"};
+    std::vector<std::string> lines = {"Exclusive(@on)", "n = 0", ":loop", "n = n + 1", "if n < 3 then goto loop", "goto End"};
     for (int i = 0; i < 120; ++i) lines.push_back("; padding padding padding padding padding padding");
     lines.push_back(":end");
     const std::string text = crlf(lines);
     ASSERT_GT(text.find(":end"), 4096u);
     HGLOBAL block = make_block(text);
-    std::string after = run_kept(host.get(), block);
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ("3", host->get("n"));
-    size_t g1 = text.find("goto loop"), g2 = text.find("goto End");
+    std::string after = run_kept(host, block);
+    EXPECT_EQ(0, host.error());
+    EXPECT_EQ("3", host.get("n"));
     ASSERT_GE(after.size(), text.size());
-    for (size_t at : {g1, g2}) {
-        EXPECT_EQ(159, (unsigned char)after[at]) << "at " << at;
-        for (int k = 1; k <= 4; ++k)
-            EXPECT_EQ(0x40, (unsigned char)after[at + k] & 0xF0) << "nibble byte " << k << " at " << at;
-    }
-    // Everything else is as the host wrote it.
     std::string expect = text;
-    for (size_t at : {g1, g2}) expect.replace(at, 5, after.substr(at, 5));
-    EXPECT_EQ(expect, after.substr(0, text.size()));
-    // The positions lead to the label lines (blanks and line feeds before a line are skipped).
-    for (auto pair : {std::make_pair(g1, std::string(":loop")), std::make_pair(g2, std::string(":end"))}) {
-        size_t p = cached_position(after, pair.first);
+    for (auto jump : {std::make_pair(text.find("goto loop"), ":loop"), std::make_pair(text.find("goto End"), ":end")}) {
+        size_t at = jump.first, p = 0;
+        EXPECT_EQ(159, (unsigned char)after[at]) << "at " << at;
+        for (int k = 1; k <= 4; ++k) {
+            EXPECT_EQ(0x40, (unsigned char)after[at + k] & 0xF0) << "nibble byte " << k << " at " << at;
+            p = p << 4 | ((unsigned char)after[at + k] & 15);
+        }
+        // The position leads to the label line (blanks and line feeds before a line are skipped).
         ASSERT_LT(p, text.size());
         while (text[p] == '\n' || text[p] == ' ') ++p;
-        EXPECT_EQ(pair.second, text.substr(p, pair.second.size()));
+        EXPECT_EQ(jump.second, text.substr(p, strlen(jump.second)));
+        expect.replace(at, 5, after.substr(at, 5));
     }
-    // A second run of the same buffer jumps by the cache without searching:
-    // with the label renamed, a search would fail with 3033.
-    char* p = (char*)GlobalLock(block);
-    memcpy(p + text.find(":loop"), ":lxxx", 5);
+    EXPECT_EQ(expect, after.substr(0, text.size())) << "everything else is as the host wrote it";
+    // A second run jumps by the cache without searching: with the label renamed, a search would fail.
+    memcpy((char*)GlobalLock(block) + text.find(":loop"), ":lxxx", 5);
     GlobalUnlock(block);
-    run_kept(host.get(), block);
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ("3", host->get("n"));
+    run_kept(host, block);
+    EXPECT_EQ(0, host.error());
+    EXPECT_EQ("3", host.get("n"));
+    GlobalFree(block);
+    // Substituted and executed gotos leave the buffer alone.
+    const std::string text2 = crlf({"Exclusive(@on)", "t = \"loop\"", "n = 0", ":loop", "n = n + 1",
+                                    "if n < 3 then goto %t%", "if n < 5 then execute goto loop"});
+    block = make_block(text2);
+    after = run_kept(host, block);
+    EXPECT_EQ(0, host.error());
+    EXPECT_EQ("5", host.get("n"));
+    EXPECT_EQ(text2, after.substr(0, text2.size()));
     GlobalFree(block);
 }
 
-TEST_F(CoreWindows, GotoFromOutsideTheScriptTextIsNotCached) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    const std::string text = crlf({"Exclusive(@on)", "t = \"loop\"", "n = 0", ":loop", "n = n + 1",
-                                   "if n < 3 then goto %t%", "if n < 5 then execute goto loop"});
-    HGLOBAL block = make_block(text);
-    std::string after = run_kept(host.get(), block);
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ("5", host->get("n"));
-    EXPECT_EQ(text, after.substr(0, text.size())) << "substituted and executed gotos leave the buffer alone";
-    GlobalFree(block);
-}
+// --- the language file: TSLDLANG.DLL (an INI text) beside a private copy of the interpreter ---
 
-// --- the language file ---
-
-// A private copy of the interpreter in a directory of its own, with
-// TSLDLANG.DLL (an INI text) beside it: other programs that run at the same
-// time use the interpreter of the build directory and never see the file.
-struct LanguageCopy {
-    char dir[MAX_PATH], dll_path[MAX_PATH], lang_path[MAX_PATH];
-    Dll dll;
-    explicit LanguageCopy(const char* text) {
-        char temp[MAX_PATH], source[MAX_PATH];
-        GetTempPathA(sizeof temp, temp);
-        snprintf(dir, sizeof dir, "%stslcore-lang-%lu", temp, GetCurrentProcessId());
-        CreateDirectoryA(dir, NULL);
-        GetModuleFileNameA(g_dll.module, source, sizeof source);
-        snprintf(dll_path, sizeof dll_path, "%s\\TSLLANGT.DLL", dir);
-        snprintf(lang_path, sizeof lang_path, "%s\\TSLDLANG.DLL", dir);
-        CopyFileA(source, dll_path, FALSE);
-        HANDLE f = CreateFileA(lang_path, GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);
-        DWORD n;
-        WriteFile(f, text, (DWORD)strlen(text), &n, NULL);
-        CloseHandle(f);
-        dll.module = LoadLibraryA(dll_path);
-        if (!dll.module) return;
-        dll.init = (TslDoDaDllInitProc)(void*)GetProcAddress(dll.module, "DoDaDllInit");
-        dll.run = (TslProcessDaBatBufferProc)(void*)GetProcAddress(dll.module, "ProcessDaBatBuffer");
-        dll.services = (TslDLLServicesProc)(void*)GetProcAddress(dll.module, "DLLServices");
-    }
-    bool ok() const { return dll.module && dll.init && dll.run && dll.services; }
-    ~LanguageCopy() {
-        dll.unload();
-        DeleteFileA(lang_path);
-        DeleteFileA(dll_path);
-        RemoveDirectoryA(dir);
-    }
-};
-
-TEST_F(CoreWindows, LanguageFileTextsReplaceTheTableWithLineBreaksAndTabs) {
-    LanguageCopy copy("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\nX3062=Zero~divisor\r\n");
-    ASSERT_TRUE(copy.ok());
-    SettingOverride language("MAIN", "Language", "TESTLANG");
+TEST_F(CoreWindows, LanguageFileTextsReplaceTheTableByTheLanguageSetting) {
+    TempDir dir("tslcore-lang");
+    char source[MAX_PATH];
+    GetModuleFileNameA(g_dll.module, source, sizeof source);
+    ASSERT_TRUE(CopyFileA(source, dir.at("TSLLANGT.DLL").c_str(), FALSE));
+    write_file(dir.at("TSLDLANG.DLL"), "[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n");
+    Dll copy;
+    ASSERT_TRUE(copy.load(dir.at("TSLLANGT.DLL").c_str()));
     {
-        HostContext host(&copy.dll);
-        User user([](const SeenBox&) { return IDOK; });
-        host.run(crlf({"x = 1 +"}));
-        host.run(crlf({"v = VersionDll()", "x = 1 / 0"}));
-        user.finish();
-        auto seen = user.seen();
-        ASSERT_EQ(2u, seen.size());
-        EXPECT_EQ("3061:  Bad\nsyntax\there", seen[0].caption);
-        EXPECT_EQ("3062:  Zero\ndivisor", seen[1].caption);
-        EXPECT_EQ("1.3a", host.get("v")) << "numbers below 100 always come from the table";
-    }
-}
-
-TEST_F(CoreWindows, LanguageXXXOrAMissingKeyUsesTheTable) {
-    LanguageCopy copy("[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n");
-    ASSERT_TRUE(copy.ok());
-    std::unique_ptr<SettingOverride> language(new SettingOverride("MAIN", "Language", "XXX"));
-    {
-        HostContext host(&copy.dll);
-        User user([](const SeenBox&) { return IDOK; });
-        host.run(crlf({"x = 1 +"}));
+        auto language = std::make_unique<SettingOverride>("MAIN", "Language", "XXX");
+        HostContext host(&copy);
+        User user({IDOK});
+        host.run("x = 1 +\r\n");  // XXX: the table
         // Switched while the context lives: IntControl 26 reads the setting again.
-        language.reset();  // restore first, then set anew
-        language.reset(new SettingOverride("MAIN", "Language", "TESTLANG"));
+        language.reset();
+        language = std::make_unique<SettingOverride>("MAIN", "Language", "TESTLANG");
         host.run(crlf({"IntControl(26, \"\", \"\", \"\", \"\")", "x = 1 +"}));
-        host.run(crlf({"x = 1 / 0"}));
+        host.run("x = 1 / 0\r\n");
+        host.run("Echo(VersionDll())\r\n");
         user.finish();
         auto seen = user.seen();
         ASSERT_EQ(3u, seen.size());
         EXPECT_EQ("3061:  Illegal Syntax", seen[0].caption);
-        EXPECT_EQ("3061:  Bad\nsyntax\there", seen[1].caption);
+        EXPECT_EQ("3061:  Bad\nsyntax\there", seen[1].caption) << "~ is a line break, | a tab";
         EXPECT_EQ("3062:  Attempt to divide by zero", seen[2].caption) << "a key the file lacks";
+        EXPECT_EQ("1.3a\n", host.out) << "numbers below 100 always come from the table";
     }
-}
-
-// --- the statement trace ---
-
-TEST_F(CoreWindows, DebugTraceAsksBeforeEachLineAndCancelStops) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    int count = 0;
-    User user([&](const SeenBox&) { return ++count < 3 ? IDOK : IDCANCEL; });
-    EXPECT_EQ(1, host->run(crlf({"Debug(@on)", "a = 1", ":lab b = 2", "c = 3"})));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(3u, seen.size());
-    const char* lines[] = {"a = 1", ":lab b = 2", "c = 3"};
-    for (unsigned i = 0; i < 3; ++i) {
-        EXPECT_EQ("Debug: run this line?", seen[i].caption) << "box " << i;
-        EXPECT_EQ(lines[i], seen[i].text) << "box " << i;
-        EXPECT_TRUE(seen[i].cancel) << "box " << i;
-    }
-    EXPECT_EQ("1", host->get("a"));
-    EXPECT_EQ("2", host->get("b"));
-    EXPECT_EQ("<undefined>", host->get("c")) << "Cancel stops before the line";
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_RESULT));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-}
-
-// --- what survives from run to run ---
-
-TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"x = 5", "if 1 then a = 1", "ErrorMode(@off)",
-                                 "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)", "Exclusive(@on)",
-                                 "IntControl(7, \"1\", \"\", \"\", \"\")", "Debug(@on)"})));
-    EXPECT_EQ(1, host->run(crlf({"y = x + 1", "then b = 1", "else c = 1", "e = LastError()", "m = ErrorMode(@off)",
-                                 "d = Debug(@off)", "ex = Exclusive(@off)",
-                                 "o = IntControl(7, \"0\", \"\", \"\", \"\")"})));
-    user.finish();
-    EXPECT_EQ(0u, user.seen().size()) << "the trace was switched off by the new run";
-    EXPECT_EQ("6", host->get("y"));
-    EXPECT_EQ("<undefined>", host->get("b")) << "the last IF result starts false";
-    EXPECT_EQ("1", host->get("c"));
-    EXPECT_EQ("0", host->get("e")) << "LastError starts at 0";
-    EXPECT_EQ("1", host->get("m")) << "ErrorMode starts at @cancel";
-    EXPECT_EQ("0", host->get("d"));
-    EXPECT_EQ("1", host->get("ex")) << "Exclusive is not reset by a new run";
-    EXPECT_EQ("1", host->get("o")) << "nor is the debugger output of IntControl 7";
+    copy.unload();
 }
 
 // --- IntControl requests that talk to windows ---
@@ -367,21 +197,17 @@ static UINT g_seen_message;
 static WPARAM g_seen_wparam;
 static LPARAM g_seen_lparam;
 static std::string g_seen_text;
-
 static LRESULT CALLBACK recording_proc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
-    if (m == WM_USER + 5 || m == WM_USER + 6) {
-        g_seen_message = m;
-        g_seen_wparam = wp;
-        g_seen_lparam = lp;
-        if (m == WM_USER + 6) g_seen_text = (const char*)lp;  // valid during the SendMessage only
-        return 0;
-    }
-    return DefWindowProcA(w, m, wp, lp);
+    if (m != WM_USER + 5 && m != WM_USER + 6) return DefWindowProcA(w, m, wp, lp);
+    g_seen_message = m;
+    g_seen_wparam = wp;
+    g_seen_lparam = lp;
+    if (m == WM_USER + 6) g_seen_text = (const char*)lp;  // valid during the SendMessage only
+    return 0;
 }
 
 TEST_F(CoreWindows, IntControlSendsPostsAndCountsChildWindows) {
-    WNDCLASSA wc;
-    memset(&wc, 0, sizeof wc);
+    WNDCLASSA wc = {};
     wc.lpfnWndProc = recording_proc;
     wc.hInstance = GetModuleHandleA(NULL);
     wc.lpszClassName = "TslCoreIntControlTest";
@@ -392,24 +218,17 @@ TEST_F(CoreWindows, IntControlSendsPostsAndCountsChildWindows) {
     CreateWindowA("BUTTON", "b1", WS_CHILD, 0, 0, 10, 10, top, NULL, NULL, NULL);
     CreateWindowA("BUTTON", "b2", WS_CHILD, 0, 20, 10, 10, top, NULL, NULL, NULL);
     CreateWindowA("EDIT", "", WS_CHILD, 0, 40, 10, 10, top, NULL, NULL, NULL);
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    host->service(TSL_SERVICE_SET_VAR, (LPARAM) "target", (LPARAM)std::to_string((long long)(INT_PTR)top).c_str());
-    g_seen_message = 0;
-    EXPECT_EQ(1, host->run(crlf({
-        "c = IntControl(25, \"TslCoreIntControlTest\", \"Button\", \"Edit\", \"Static\")",
-        "c2 = IntControl(25, \"TslCoreIntControlTest\", \"B\", \"\", \"Ed\")",
-        "p = IntControl(23, target, \"1029\", \"17\", \"-42\")",
-        "yield",
-    })));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ("2 1 0", host->get("c"));
-    EXPECT_EQ("2 0 1", host->get("c2")) << "class names are matched as prefixes, case-sensitively";
-    EXPECT_EQ("1", host->get("p"));
+    HostContext host;
+    host.service(TSL_SERVICE_SET_VAR, (LPARAM) "target", (LPARAM)std::to_string((long long)(INT_PTR)top).c_str());
+    EXPECT_EQ(1, host.run(crlf({"Echo(IntControl(25, \"TslCoreIntControlTest\", \"Button\", \"Edit\", \"Static\"))",
+                                "Echo(IntControl(25, \"TslCoreIntControlTest\", \"B\", \"\", \"Ed\"))",
+                                "Echo(IntControl(23, target, \"1029\", \"17\", \"-42\"))", "yield"})));
+    EXPECT_EQ("2 1 0\n2 0 1\n1\n", host.out) << "class names are matched as prefixes, case-sensitively";
     EXPECT_EQ((UINT)WM_USER + 5, g_seen_message) << "the posted message reached the window";
     EXPECT_EQ(17u, g_seen_wparam);
     EXPECT_EQ(-42, (long)g_seen_lparam);
-    EXPECT_EQ(1, host->run(crlf({"s = IntControl(22, target, \"1030\", \"9\", \"text for the window\")"})));
-    EXPECT_EQ("1", host->get("s"));
+    EXPECT_EQ(1, host.run(crlf({"Echo(IntControl(22, target, \"1030\", \"9\", \"text for the window\"))"})));
+    EXPECT_EQ("2 1 0\n2 0 1\n1\n1\n", host.out);
     EXPECT_EQ((UINT)WM_USER + 6, g_seen_message);
     EXPECT_EQ(9u, g_seen_wparam);
     EXPECT_EQ("text for the window", g_seen_text);
@@ -426,100 +245,47 @@ static long WINAPI intcontrol_host(HWND, LPARAM, long, long command, TslAnswerPr
 
 TEST_F(CoreWindows, UnlistedIntControlRequestsGoToTheHostsIntcontrolCommand) {
     static const TslKeywordRecord table[] = {
-        {0, TSL_KIND_FUNCTION, 1, 1, 5, "other"},
-        {1, TSL_KIND_FUNCTION, 5, 0x1f, 10, "intcontrol"},
-        {0, 0, 0, 0, 0, ""},
-    };
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    g_intcontrol_texts.clear();
-    EXPECT_EQ(1, host->run(crlf({"r = IntControl(77, \"a\", \"b\", \"c\", \"d\")"}), intcontrol_host, table));
-    EXPECT_EQ(0, host->service(TSL_SERVICE_RUN_ERROR));
-    EXPECT_EQ("host answered", host->get("r"));
+        {0, TSL_KIND_FUNCTION, 1, 1, 5, "other"}, {1, TSL_KIND_FUNCTION, 5, 0x1f, 10, "intcontrol"}, {0, 0, 0, 0, 0, ""}};
+    HostContext host;
+    EXPECT_EQ(1, host.run("r = IntControl(77, \"a\", \"b\", \"c\", \"d\")\r\n", intcontrol_host, table));
+    EXPECT_EQ(0, host.error());
+    EXPECT_EQ("host answered", host.get("r"));
     EXPECT_EQ((std::vector<std::string>{"77", "a", "b", "c", "d"}), g_intcontrol_texts);
-    // Without such a command the request is invalid.
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"r = IntControl(77, \"a\", \"b\", \"c\", \"d\")"})));
+    User user({IDOK});  // without such a command the request is invalid
+    EXPECT_EQ(1, host.run("r = IntControl(77, \"a\", \"b\", \"c\", \"d\")\r\n"));
     user.finish();
-    EXPECT_EQ(3171, host->service(TSL_SERVICE_RUN_ERROR));
+    EXPECT_EQ(3171, host.error());
 }
 
-// --- the debugger output ---
-
-// Listens for OutputDebugString texts of this process the way a debug
-// viewer does: the DBWIN_BUFFER mapping and its two events.
-class DebugListener {
-public:
-    DebugListener() {
-        ready_ = CreateEventA(NULL, FALSE, FALSE, "DBWIN_BUFFER_READY");
-        data_ = CreateEventA(NULL, FALSE, FALSE, "DBWIN_DATA_READY");
-        map_ = CreateFileMappingA(INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE, 0, 4096, "DBWIN_BUFFER");
-        view_ = map_ ? (char*)MapViewOfFile(map_, FILE_MAP_READ, 0, 0, 4096) : nullptr;
-        if (ok()) thread_ = std::thread([this] { loop(); });
-    }
-    ~DebugListener() {
-        stop_ = true;
-        if (thread_.joinable()) { SetEvent(data_); thread_.join(); }
-        if (view_) UnmapViewOfFile(view_);
-        if (map_) CloseHandle(map_);
-        if (ready_) CloseHandle(ready_);
-        if (data_) CloseHandle(data_);
-    }
-    bool ok() const { return ready_ && data_ && view_; }
-    std::vector<std::string> texts() {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return texts_;
-    }
-
-private:
-    void loop() {
-        SetEvent(ready_);
-        while (!stop_) {
-            if (WaitForSingleObject(data_, 100) != WAIT_OBJECT_0) continue;
-            if (stop_) break;
-            if (*(DWORD*)view_ == GetCurrentProcessId()) {
-                std::lock_guard<std::mutex> lock(mutex_);
-                texts_.push_back(std::string(view_ + 4, strnlen(view_ + 4, 4092)));
-            }
-            SetEvent(ready_);
-        }
-    }
-    HANDLE ready_ = NULL, data_ = NULL, map_ = NULL;
-    char* view_ = nullptr;
-    std::atomic<bool> stop_{false};
-    std::mutex mutex_;
-    std::vector<std::string> texts_;
-    std::thread thread_;
-};
+// --- the debugger output, read the way a debug viewer does (DBWIN_BUFFER and its two events) ---
 
 TEST_F(CoreWindows, DebuggerOutputFramesEachLineAndDebugDataEndsWithLfCr) {
-    DebugListener listener;
-    ASSERT_TRUE(listener.ok());
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    EXPECT_EQ(1, host->run(crlf({"IntControl(7, \"1\", \"\", \"\", \"\")", "a = 1", ":lab b = 2",
-                                 "DebugData(\"one\", \"two\")", "IntControl(7, \"0\", \"\", \"\", \"\")",
-                                 "c = 3"})));
+    HANDLE ready = CreateEventA(NULL, FALSE, FALSE, "DBWIN_BUFFER_READY");
+    HANDLE data = CreateEventA(NULL, FALSE, FALSE, "DBWIN_DATA_READY");
+    HANDLE map = CreateFileMappingA(INVALID_HANDLE_VALUE, NULL, PAGE_READWRITE, 0, 4096, "DBWIN_BUFFER");
+    const char* view = map ? (const char*)MapViewOfFile(map, FILE_MAP_READ, 0, 0, 4096) : nullptr;
+    ASSERT_TRUE(ready && data && view);
+    std::vector<std::string> texts;
+    std::atomic<bool> stop(false);
+    std::thread listener([&] {
+        for (SetEvent(ready); !stop;) {
+            if (WaitForSingleObject(data, 100) != WAIT_OBJECT_0 || stop) continue;
+            if (*(const DWORD*)view == GetCurrentProcessId()) texts.push_back(std::string(view + 4, strnlen(view + 4, 4092)));
+            SetEvent(ready);
+        }
+    });
+    HostContext host;
+    EXPECT_EQ(1, host.run(crlf({"IntControl(7, \"1\", \"\", \"\", \"\")", "a = 1", ":lab b = 2",
+                                "DebugData(\"one\", \"two\")", "IntControl(7, \"0\", \"\", \"\", \"\")", "c = 3"})));
     Sleep(300);
+    stop = true;
+    listener.join();
     std::vector<std::string> want = {">>>>>a = 1<<<<<\r\n", ">>>>>:lab b = 2<<<<<\r\n",
                                      ">>>>>DebugData(\"one\", \"two\")<<<<<\r\n", "DebugData:one two\n\r",
                                      ">>>>>IntControl(7, \"0\", \"\", \"\", \"\")<<<<<\r\n"};
-    EXPECT_EQ(want, listener.texts());
-}
-
-TEST_F(CoreWindows, IntControl1ShowsTwoPlainBoxesInTurn) {
-    std::unique_ptr<HostContext> host(new_host(&g_dll));
-    User user([](const SeenBox&) { return IDOK; });
-    EXPECT_EQ(1, host->run(crlf({"r = IntControl(1, \"first caption\", \"first text\", \"second caption\", "
-                                 "\"second text\")"})));
-    user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(2u, seen.size());
-    EXPECT_EQ("first caption", seen[0].caption);
-    EXPECT_EQ("first text", seen[0].text);
-    EXPECT_EQ("second caption", seen[1].caption);
-    EXPECT_EQ("second text", seen[1].text);
-    for (auto& b : seen) {
-        EXPECT_EQ(nullptr, b.icon) << "plain boxes have no icon";
-        EXPECT_FALSE(b.cancel);
-    }
-    EXPECT_EQ("1", host->get("r"));
+    EXPECT_EQ(want, texts);
+    UnmapViewOfFile(view);
+    CloseHandle(map);
+    CloseHandle(ready);
+    CloseHandle(data);
 }

@@ -1,11 +1,7 @@
-// DateTime and GetExactTime run through the DLL like a host, under several
-// international settings written into the user profile ([intl] of WIN.INI)
-// by the test, and checked against the clock of the same machine.
-#include <gtest/gtest.h>
-#include <cstdio>
+// DateTime, GetExactTime and FileTimeGet run through the DLL like a host,
+// under international settings written into the user profile ([intl] of
+// WIN.INI) by the test, and checked against the clock of the same machine.
 #include "host_harness.h"
-
-static Dll g_dll;
 
 namespace {
 
@@ -23,111 +19,82 @@ struct IntlOverride {
             old[i] = buf;
         }
     }
-    void set(const char* key, const char* value) {
-        EXPECT_TRUE(WriteProfileStringA("intl", key, value)) << "writing intl " << key;
+    void set(const char* const values[6]) {  // a null value: the key is removed (the default)
+        for (int i = 0; i < 6; i++) WriteProfileStringA("intl", kKeys[i], values[i]);
     }
     ~IntlOverride() {
         for (int i = 0; i < 6; i++) WriteProfileStringA("intl", kKeys[i], had[i] ? old[i].c_str() : NULL);
     }
 };
 
-struct Setting {
-    int line;
-    const char *idate, *itime, *sdate, *stime, *am, *pm;
-};
-
-// The text DateTime must give at time t under setting s.
-std::string expected_datetime(const SYSTEMTIME& t, const Setting& s) {
+// The text DateTime must give at time t under the settings v (iDate, iTime, sDate, sTime, s1159, s2359).
+std::string expected_datetime(const SYSTEMTIME& t, const char* const v[6]) {
     static const char days[] = "SunMonTueWedThuFriSat";
-    int idate = atoi(s.idate), itime = atoi(s.itime);
-    int yy = t.wYear % 100, f[3];
+    int idate = atoi(v[0]), yy = t.wYear % 100, f[3], hour = t.wHour;
     if (idate == 0) { f[0] = t.wMonth; f[1] = t.wDay; f[2] = yy; }
     else if (idate == 1) { f[0] = t.wDay; f[1] = t.wMonth; f[2] = yy; }
     else { f[0] = yy; f[1] = t.wMonth; f[2] = t.wDay; }
-    int hour = t.wHour;
     std::string suffix = "  ";
-    if (itime == 0) {
+    if (atoi(v[1]) == 0) {
         // the first two characters, a shorter designator padded to keep the width
-        suffix = (std::string(t.wHour < 12 ? s.am : s.pm) + "  ").substr(0, 2);
+        suffix = (std::string(t.wHour < 12 ? v[4] : v[5]) + "  ").substr(0, 2);
         if (hour == 0) hour = 12;
         if (hour > 12) hour -= 12;
     }
     char buf[64];
-    snprintf(buf, sizeof buf, "%.3s %2d%c%02d%c%02d %2d%c%02d%c%02d %s", days + 3 * t.wDayOfWeek, f[0],
-             s.sdate[0], f[1], s.sdate[0], f[2], hour, s.stime[0], t.wMinute, s.stime[0], t.wSecond,
-             suffix.c_str());
+    snprintf(buf, sizeof buf, "%.3s %2d%c%02d%c%02d %2d%c%02d%c%02d %s", days + 3 * t.wDayOfWeek, f[0], v[2][0], f[1],
+             v[2][0], f[2], hour, v[3][0], t.wMinute, v[3][0], t.wSecond, suffix.c_str());
     return buf;
 }
 
-bool same_second(const SYSTEMTIME& a, const SYSTEMTIME& b) {
-    return a.wSecond == b.wSecond && a.wMinute == b.wMinute && a.wHour == b.wHour && a.wDay == b.wDay;
-}
+long hundredths(const SYSTEMTIME& t) { return ((t.wHour * 60L + t.wMinute) * 60 + t.wSecond) * 100 + t.wMilliseconds / 10; }
 
-class DateTimeIntl : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() { ASSERT_TRUE(g_dll.load()) << "TSLPR32I.dll or its entries missing"; }
-};
+class DateTimeIntl : public DllTest {};
 
 TEST_F(DateTimeIntl, DateTimeFollowsTheProfileAtEveryCall) {
-    Setting rows[] = {
-        {__LINE__, "0", "0", "/", ":", "AM", "PM"},
-        {__LINE__, "2", "1", "/", ":", "AM", "PM"},
-        {__LINE__, "1", "0", ".", ".", "vorm", "nachm"},
-        {__LINE__, "2", "0", "-", ":", "a", "p"},
-        {__LINE__, "0", "1", "/", "h", "AM", "PM"},
+    struct { int line; const char* v[6]; } rows[] = {
+        {__LINE__, {"0", "0", "/", ":", "AM", "PM"}},   {__LINE__, {"2", "1", "/", ":", "AM", "PM"}},
+        {__LINE__, {"1", "0", ".", ".", "vorm", "nachm"}}, {__LINE__, {"2", "0", "-", ":", "a", "p"}},
+        {__LINE__, {"0", "1", "/", "h", "AM", "PM"}},
     };
     IntlOverride intl;
-    HostContext host(&g_dll);
-    for (const Setting& s : rows) {
-        intl.set("iDate", s.idate);
-        intl.set("iTime", s.itime);
-        intl.set("sDate", s.sdate);
-        intl.set("sTime", s.stime);
-        intl.set("s1159", s.am);
-        intl.set("s2359", s.pm);
+    HostContext host;
+    for (auto& r : rows) {
+        intl.set(r.v);
         std::string got, want;
-        for (int attempt = 0; attempt < 20; attempt++) {
+        for (int attempt = 0; attempt < 20 && want.empty(); attempt++) {
             SYSTEMTIME before, after;
             GetLocalTime(&before);
-            ASSERT_EQ(1, host.run("d = DateTime()\r\n")) << "row at line " << s.line;
+            ASSERT_EQ(1, host.run("d = DateTime()\r\n")) << "row at line " << r.line;
             GetLocalTime(&after);
-            if (!same_second(before, after)) continue;
+            if (before.wSecond != after.wSecond || before.wMinute != after.wMinute || before.wDay != after.wDay) continue;
             got = host.get("d");
-            want = expected_datetime(before, s);
-            break;
+            want = expected_datetime(before, r.v);
         }
-        EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_ERROR)) << "row at line " << s.line;
-        EXPECT_EQ(want, got) << "row at line " << s.line;
-        EXPECT_EQ(24u, got.size()) << "row at line " << s.line;
+        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
+        EXPECT_EQ(want, got) << "row at line " << r.line;
+        EXPECT_EQ(24u, got.size()) << "row at line " << r.line;
     }
-}
-
-// Hundredths of the day of a SYSTEMTIME.
-long hundredths(const SYSTEMTIME& t) {
-    return ((t.wHour * 60L + t.wMinute) * 60 + t.wSecond) * 100 + t.wMilliseconds / 10;
 }
 
 TEST_F(DateTimeIntl, GetExactTimeReadsOnlyTheTimeSeparator) {
     IntlOverride intl;
-    HostContext host(&g_dll);
+    HostContext host;
     for (const char* sep : {":", "."}) {
-        intl.set("sTime", sep);
-        intl.set("iTime", "0");   // not read: the hour is always on the 24-hour clock
+        const char* v[6] = {"0", "0", "/", sep, "AM", "PM"};  // iTime 0 is not read: always the 24-hour clock
+        intl.set(v);
         bool checked = false;
         for (int attempt = 0; attempt < 20 && !checked; attempt++) {
             SYSTEMTIME before, after;
             GetLocalTime(&before);
             ASSERT_EQ(1, host.run("e = GetExactTime()\r\n"));
             GetLocalTime(&after);
-            if (before.wDay != after.wDay) continue;   // midnight passed
+            if (before.wDay != after.wDay) continue;  // midnight passed
             std::string got = host.get("e");
             ASSERT_EQ(11u, got.size()) << got;
-            char layout[32];
-            snprintf(layout, sizeof layout, "99%c99%c99%c99", sep[0], sep[0], sep[0]);
             for (int i = 0; i < 11; i++) {
-                bool digit = got[(size_t)i] >= '0' && got[(size_t)i] <= '9';
-                if (layout[i] == '9') EXPECT_TRUE(digit) << got << " at " << i;
-                else EXPECT_EQ(layout[i], got[(size_t)i]) << got << " at " << i;
+                if (i % 3 == 2) EXPECT_EQ(sep[0], got[(size_t)i]) << got << " at " << i;
+                else EXPECT_TRUE(got[(size_t)i] >= '0' && got[(size_t)i] <= '9') << got << " at " << i;
             }
             SYSTEMTIME read = before;
             read.wHour = (WORD)atoi(got.substr(0, 2).c_str());
@@ -139,6 +106,30 @@ TEST_F(DateTimeIntl, GetExactTimeReadsOnlyTheTimeSeparator) {
             checked = true;
         }
         EXPECT_TRUE(checked) << "separator " << sep;
+    }
+}
+
+TEST_F(DateTimeIntl, FileTimeGetLayouts) {
+    struct { int line; int y, mo, d, h, mi; const char* v[6]; const char* expected; } rows[] = {
+        {__LINE__, 1995, 1, 5, 9, 7, {}, " 1/05/95   9:07AM"},
+        {__LINE__, 1995, 1, 5, 0, 5, {}, " 1/05/95  12:05AM"},
+        {__LINE__, 1995, 12, 25, 12, 0, {}, "12/25/95  12:00PM"},
+        {__LINE__, 1999, 3, 9, 23, 59, {"1", "1", ".", "."}, " 9.03.99  23.59  "},
+        {__LINE__, 1988, 7, 4, 13, 1, {"2", "0", "-", nullptr, "vorm", "nachm"}, "88-07-04   1:01na"},
+        // from 2000 on the year's tens run past '9': 2005 is DOS year 25, 25 + 80 = 105
+        {__LINE__, 2005, 2, 3, 10, 30, {}, " 2/03/:5  10:30AM"},
+        {__LINE__, 2026, 11, 21, 17, 40, {}, "11/21/<6   5:40PM"},
+    };
+    TempDir dir;
+    write_file(dir.at("f.txt"), "x");
+    IntlOverride intl;
+    HostContext host;
+    for (auto& r : rows) {
+        intl.set(r.v);
+        set_local_time(dir.at("f.txt"), r.y, r.mo, r.d, r.h, r.mi);
+        host.run("t = FileTimeGet(\"" + dir.at("f.txt") + "\")\r\n");
+        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
+        EXPECT_EQ(r.expected, host.get("t")) << "row at line " << r.line;
     }
 }
 
