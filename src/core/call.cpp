@@ -67,6 +67,9 @@ void call_script(Context* ctx, const char* file, const char* params) {
     const char* script = ctx->script;
     const char* script_name = ctx->script_name;
     uint16_t line_start = ctx->run_line_start;
+    const char* lex_line = ctx->lex_line;
+    void* lex_entry = ctx->lex_entry;
+    uint32_t lex_serial = ctx->lex_serial;
     char name[PATH_BUF];
     bounded_copy(ctx, name, file, sizeof name);
 
@@ -104,6 +107,10 @@ void call_script(Context* ctx, const char* file, const char* params) {
     ctx->script = script;
     ctx->script_name = script_name;
     ctx->run_line_start = line_start;
+    // The caller's line record, unless the callee's lines have reused it.
+    ctx->lex_line = lex_line;
+    ctx->lex_entry = lex_entry;
+    ctx->lex_serial = lex_serial;
     ctx->call_depth--;
 }
 

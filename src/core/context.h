@@ -88,6 +88,10 @@ struct Context {
     uint8_t host_first[32];         // bit set: some host command starts with that character
     uint8_t host_word_only;         // every host command name is made of word characters
     uint32_t word_generation;       // a new generation at every run
+    void* line_cache;               // remembered tokens of lines (line_tokens.cpp), or none yet
+    const char* lex_line;           // the line whose tokens may be replayed now
+    void* lex_entry;                //   and its record, or none
+    uint32_t lex_serial;
     WordCacheEntry word_cache[WORD_CACHE_SIZE];
     char scratch[40];               // integer-to-text and name reading
 

@@ -4,6 +4,7 @@
 #include "lexer.h"
 #include <cstring>
 #include "chars.h"
+#include "line_tokens.h"
 #include "vars.h"
 
 namespace tsl {
@@ -69,7 +70,7 @@ static inline bool at_token(Context* ctx) {
     return *s && *s != ';';
 }
 
-void get_token(Context* ctx) {
+static void lex_token(Context* ctx) {
     if (!at_token(ctx)) return;
     const char* s = ctx->cursor;
     unsigned char c = (unsigned char)*s;
@@ -107,6 +108,13 @@ void get_token(Context* ctx) {
     unsigned len = keyword_record(ctx, ctx->tok_id)->name_len;
     copy_token(ctx, s, len);
     ctx->cursor = s + len;
+}
+
+void get_token(Context* ctx) {
+    if (ctx->lex_entry && line_tokens_replay(ctx)) return;
+    const char* from = ctx->cursor;
+    lex_token(ctx);
+    if (ctx->lex_entry && !ctx->error && ctx->tok_kind != T_STRING) line_tokens_record(ctx, from);
 }
 
 // One step back over the token just read. For a literal the step is short

@@ -4,6 +4,7 @@
 #include "bounded.h"
 #include "heap.h"
 #include "lexer.h"
+#include "line_tokens.h"
 #include "report.h"
 #include "statements.h"
 
@@ -52,7 +53,9 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
     ScriptPlace place{script, length, pos, line_start};
     char line[LINE_BUF];
     int result = 1;
-    while (read_line(script, length, pos, line_start, line)) {
+    for (;;) {
+        uint16_t line_pos = *pos;
+        if (!read_line(script, length, pos, line_start, line)) break;
         result = -1;
         plat_break_test(ctx);
         if (!ctx->exclusive) plat_pump_messages(ctx);
@@ -84,7 +87,9 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
             bounded_append(ctx, buf, "<<<<<\r\n", sizeof buf);
             plat_output_debug(buf);
         }
+        if (sub == 1) line_tokens_begin(ctx, script, line_pos, line);
         result = execute_statement(ctx, line, stmt, &place, sub == 2);
+        line_tokens_end(ctx);
         if (result != 1) break;
     }
     return result;
@@ -101,7 +106,9 @@ void run_script(Context* ctx, char* script) {
     plat_pump_messages(ctx);
     uint32_t length = (uint32_t)strlen(script);
     uint16_t pos = 0, start = 0;
+    bool own_records = line_tokens_open(ctx);
     int r = run_loop(ctx, script, length, &pos, &start);
+    if (own_records) line_tokens_free(ctx);
     ctx->run_error = ctx->error;
     ctx->run_result = (int16_t)r;
     ctx->run_line_start = start;

@@ -35,6 +35,17 @@ uint16_t var_find_slot(Context* ctx, const char* name) {
     return NO_VARIABLE;
 }
 
+bool var_slot_holds(Context* ctx, uint16_t slot, const char* name) {
+    if (slot >= ctx->var_count || !ctx->vars[slot].value.flags) return false;
+    const unsigned char* a = (const unsigned char*)ctx->vars[slot].name;
+    const unsigned char* b = (const unsigned char*)name;
+    for (;; ++a, ++b) {
+        if ((*a | *b) & 0x80) return same_name_slow(ctx->vars[slot].name, name);
+        if (ascii_lower(*a) != ascii_lower(*b)) return false;
+        if (!*a) return true;
+    }
+}
+
 uint16_t find_var(Context* ctx, const char* name) {
     uint16_t slot = var_find_slot(ctx, name);
     if (slot == NO_VARIABLE) { fail(ctx, 3051); return NO_VARIABLE; }

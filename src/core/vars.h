@@ -7,6 +7,8 @@ namespace tsl {
 
 // Slot of a used variable with that name (case-insensitive), or NO_VARIABLE.
 uint16_t var_find_slot(Context* ctx, const char* name);
+// Whether a used slot holds that name (case-insensitively).
+bool var_slot_holds(Context* ctx, uint16_t slot, const char* name);
 // Slot of a defined variable, or NO_VARIABLE with error 3051 or 3052.
 uint16_t find_var(Context* ctx, const char* name);
 // The lexer's registration of a name it has read (flags 8); 3097 when full.

@@ -1,0 +1,129 @@
+// Remembered tokens of script lines (see line_tokens.h).
+#include "line_tokens.h"
+#include <cstdlib>
+#include <cstring>
+#include "lexer.h"
+#include "vars.h"
+
+namespace tsl {
+
+namespace {
+
+const unsigned LINES = 64;        // lines remembered per context (direct-mapped)
+const unsigned TOKENS = 48;       // tokens remembered per line
+
+struct Token {
+    uint16_t start, end;          // the token's text and the cursor after it, as line offsets
+    uint16_t kind;
+    int16_t id;
+    uint16_t slot;                // a name's variable slot when it was last read
+};
+
+struct Line {
+    const char* script;           // the script and reading position it was read at
+    const KeywordRecord* host;    // the host table and keyword count it was lexed with
+    uint32_t generation;
+    uint32_t serial;              // changes whenever the record starts afresh
+    uint16_t pos, len, count;
+    uint8_t ntok;
+    char text[LINE_BUF];
+    uint8_t at[LINE_BUF];         // at[offset]: 1 + the token read with the cursor there
+    Token tok[TOKENS];
+};
+
+struct Cache {
+    uint32_t next_serial;
+    Line line[LINES];
+};
+
+inline Line* entry(Context* ctx) { return static_cast<Line*>(ctx->lex_entry); }
+
+// The cursor's offset in the current line, or -1 when it points elsewhere.
+inline long offset_of(const Context* ctx, const char* p, unsigned len) {
+    uintptr_t a = (uintptr_t)p, b = (uintptr_t)ctx->lex_line;
+    return (a >= b && a <= b + len) ? (long)(a - b) : -1;
+}
+
+} // namespace
+
+void line_tokens_begin(Context* ctx, const char* script, uint16_t line_pos, const char* line) {
+    ctx->lex_entry = nullptr;
+    Cache* c = static_cast<Cache*>(ctx->line_cache);
+    if (!c) return;
+    uintptr_t h = ((uintptr_t)script >> 4) * 31 + line_pos;
+    Line* e = &c->line[(h ^ (h >> 7)) % LINES];
+    size_t len = strlen(line);
+    bool same = e->script == script && e->pos == line_pos && e->generation == ctx->word_generation &&
+                e->count == g_keyword_count && e->host == ctx->host_table && e->len == len &&
+                memcmp(e->text, line, len) == 0;
+    if (!same) {
+        e->script = script;
+        e->pos = line_pos;
+        e->generation = ctx->word_generation;
+        e->count = g_keyword_count;
+        e->host = ctx->host_table;
+        e->len = (uint16_t)len;
+        memcpy(e->text, line, len + 1);
+        memset(e->at, 0, len + 1);
+        e->ntok = 0;
+        e->serial = ++c->next_serial;
+    }
+    ctx->lex_line = line;
+    ctx->lex_entry = e;
+    ctx->lex_serial = e->serial;
+}
+
+int line_tokens_replay(Context* ctx) {
+    Line* e = entry(ctx);
+    if (e->serial != ctx->lex_serial) { ctx->lex_entry = nullptr; return 0; }
+    long off = offset_of(ctx, ctx->cursor, e->len);
+    if (off < 0 || !e->at[off]) return 0;
+    Token& t = e->tok[e->at[off] - 1];
+    ctx->tok_kind = t.kind;
+    if (t.kind != T_END) {
+        const char* from = e->text + t.start;
+        unsigned n = t.end - t.start;
+        for (unsigned k = 0; k < n; ++k) ctx->tok_text[k] = from[k];
+        ctx->tok_text[n] = 0;
+    }
+    if (t.kind == T_KEYWORD) ctx->tok_id = t.id;
+    ctx->cursor = ctx->lex_line + t.end;
+    if (t.kind == T_NAME) {
+        if (!var_slot_holds(ctx, t.slot, ctx->tok_text)) t.slot = var_register(ctx, ctx->tok_text);
+        ctx->tok_slot = t.slot;
+    }
+    return 1;
+}
+
+void line_tokens_record(Context* ctx, const char* from) {
+    Line* e = entry(ctx);
+    if (e->serial != ctx->lex_serial) { ctx->lex_entry = nullptr; return; }
+    long off = offset_of(ctx, from, e->len), end = offset_of(ctx, ctx->cursor, e->len);
+    if (off < 0 || end < 0 || e->at[off] || e->ntok == TOKENS) return;
+    Token t{(uint16_t)end, (uint16_t)end, ctx->tok_kind, ctx->tok_id, ctx->tok_slot};
+    if (t.kind != T_END) {
+        size_t n = strlen(ctx->tok_text);
+        // Only tokens whose text is the source text they were read from.
+        if ((long)n > end || memcmp(e->text + end - n, ctx->tok_text, n) != 0) return;
+        t.start = (uint16_t)(end - (long)n);
+    }
+    e->tok[e->ntok++] = t;
+    e->at[off] = e->ntok;
+}
+
+static bool g_enabled = true;
+void line_tokens_set_enabled(bool on) { g_enabled = on; }
+
+bool line_tokens_open(Context* ctx) {
+    if (!g_enabled || ctx->line_cache) return false;
+    ctx->line_cache = calloc(1, sizeof(Cache));
+    return ctx->line_cache != nullptr;
+}
+
+void line_tokens_free(Context* ctx) {
+    free(ctx->line_cache);
+    ctx->line_cache = nullptr;
+    ctx->lex_entry = nullptr;
+}
+
+} // namespace tsl

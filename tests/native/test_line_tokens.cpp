@@ -1,0 +1,115 @@
+// Remembered line tokens change nothing a script can see: every portable
+// script test runs twice, with and without replay, on fresh contexts, and
+// the output, the run's results and the final variable table must agree.
+// Plus the cases where a record must not be trusted.
+#include <unistd.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include "core_fixture.h"
+#include "../../src/core/line_tokens.h"
+
+namespace fs = std::filesystem;
+using namespace tsl;
+
+namespace {
+
+// Scripts that read the clock (Random included) differ between any two runs.
+bool reads_the_clock(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    for (auto& c : text) c = (char)tolower((unsigned char)c);
+    for (const char* word : {"random", "gettickcount", "datetime", "getexacttime"})
+        if (text.find(word) != std::string::npos) return true;
+    return false;
+}
+
+// The command table of tslrun: 0 quit, 1 version, 2 echo, 3 itemizenull.
+int32_t script_host(PHandle, intptr_t host_value, int32_t, int32_t command, AnswerFn answer, void* record,
+                    const char* t1, const char*, const char*, const char*, const char*) {
+    std::string* out = reinterpret_cast<std::string*>(host_value);
+    if (command == 1) return answer(0, 0, record, 1, 0, "tslrun 1.0");
+    if (command == 2) { *out += t1; *out += "\n"; }
+    if (command == 3) return answer(0, 0, record, 1, 0, "");
+    return 0;
+}
+
+std::string run_file(const fs::path& file, bool replay) {
+    std::ifstream in(file, std::ios::binary);
+    std::stringstream text;
+    text << in.rdbuf();
+    std::string s = text.str();
+    std::vector<char> buf(s.begin(), s.end());
+    buf.push_back(0);
+
+    std::unique_ptr<Context> holder(new Context());
+    Context* ctx = holder.get();
+    std::vector<uint8_t> heap(HEAP_MAX_SIZE);
+    std::vector<VarSlot> vars(2000);
+    heap_init(heap.data(), HEAP_MAX_SIZE);
+    ctx->heap = heap.data();
+    ctx->vars = vars.data();
+    ctx->var_capacity = 2000;
+    std::string out;
+    KeywordRecord table[5] = {host_keyword(0, "tslrunquit", 0, 0), host_keyword(1, "tslrunversion", 0, 0),
+                              host_keyword(2, "echo", 1, 1), host_keyword(3, "itemizenull", 1, 1), KeywordRecord{}};
+    ctx->host_table = table;
+    ctx->host_proc = script_host;
+    ctx->host_value = (intptr_t)&out;
+    var_set_int(ctx, "Param0", 0);
+
+    line_tokens_set_enabled(replay);
+    run_script(ctx, buf.data());
+    line_tokens_set_enabled(true);
+
+    std::ostringstream seen;
+    seen << out << "error " << ctx->run_error << " result " << ctx->run_result << "\n";
+    for (unsigned i = 0; i < ctx->var_count; ++i) {
+        const Value& v = vars[i].value;
+        seen << vars[i].name << " " << v.flags << " " << v.integer << " "
+             << (v.string ? heap_ptr(heap.data(), v.string) : "") << "\n";
+    }
+    seen << "heap free " << heap_free_bytes(heap.data()) << "\n";
+    return seen.str();
+}
+
+} // namespace
+
+TEST(LineTokens, ReplayChangesNothingInAnyPortableScriptTest) {
+    fs::path scripts = fs::path(__FILE__).parent_path().parent_path() / "scripts";
+    fs::path here = fs::current_path();
+    plat_native_set_no_sleep(true);
+    unsigned checked = 0;
+    for (const auto& group : fs::directory_iterator(scripts)) {
+        if (!fs::exists(group.path() / "PORTABLE")) continue;
+        for (const auto& f : fs::directory_iterator(group.path())) {
+            if (f.path().extension() != ".tsl" || fs::exists(group.path() / (f.path().stem().string() + ".args")) ||
+                reads_the_clock(f.path()))
+                continue;
+            fs::current_path(group.path());
+            std::string with = run_file(f.path(), true);
+            std::string without = run_file(f.path(), false);
+            EXPECT_EQ(with, without) << "script " << f.path();
+            ++checked;
+        }
+    }
+    fs::current_path(here);
+    plat_native_set_no_sleep(false);
+    EXPECT_GT(checked, 20u) << "the script tests were not found under " << scripts;
+}
+
+class LineTokensCases : public CoreTest {};
+
+// A dropped variable read again by a replayed line is registered afresh
+// (3052, not 3051); a changed host table between runs is seen.
+TEST_F(LineTokensCases, RecordsNeverOutliveWhatTheyRelyOn) {
+    run("i = 0\r\n:again\r\ni = i + 1\r\nif i == 2 then Drop(x)\r\nif i == 3 then goto done\r\nx = 5\r\ngoto again\r\n"
+        ":done\r\nErrorMode(@OFF)\r\nEcho(IsDefined(x))\r\n");
+    EXPECT_EQ(out, "1\n");
+    run("n = 0\r\n:loop\r\nn = n + 1\r\nif n < 3 then goto loop\r\ny = z\r\n");
+    EXPECT_EQ(ctx->run_error, 3052) << "z only registered, in a line that ran once";
+    KeywordRecord other[2] = {host_keyword(0, "echox", 1, 1), KeywordRecord{}};
+    ctx->host_table = other;
+    run("Echo(1)\r\n");
+    EXPECT_EQ(ctx->run_error, 3052) << "echo is no command of the new table: a name read, never assigned";
+}
