@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 #include <atomic>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
@@ -250,21 +251,12 @@ struct TempDir {
 };
 
 inline void write_file(const std::string& path, const std::string& data) {
-    HANDLE h = CreateFileA(path.c_str(), GENERIC_WRITE, 0, NULL, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, NULL);
-    DWORD put = 0;
-    WriteFile(h, data.data(), (DWORD)data.size(), &put, NULL);
-    CloseHandle(h);
+    std::ofstream(path, std::ios::binary) << data;
 }
 
 inline std::string read_file(const std::string& path) {
-    HANDLE h = CreateFileA(path.c_str(), GENERIC_READ, FILE_SHARE_READ, NULL, OPEN_EXISTING, 0, NULL);
-    if (h == INVALID_HANDLE_VALUE) return "<missing>";
-    std::string s;
-    char buf[4096];
-    DWORD got;
-    while (ReadFile(h, buf, sizeof buf, &got, NULL) && got) s.append(buf, got);
-    CloseHandle(h);
-    return s;
+    std::ifstream in(path, std::ios::binary);
+    return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<missing>";
 }
 
 // Sets a file's last-write time from a local time.

@@ -91,16 +91,16 @@ TEST_F(DateTimeIntl, GetExactTimeReadsOnlyTheTimeSeparator) {
             GetLocalTime(&after);
             if (before.wDay != after.wDay) continue;  // midnight passed
             std::string got = host.get("e");
-            ASSERT_EQ(11u, got.size()) << got;
-            for (int i = 0; i < 11; i++) {
-                if (i % 3 == 2) EXPECT_EQ(sep[0], got[(size_t)i]) << got << " at " << i;
-                else EXPECT_TRUE(got[(size_t)i] >= '0' && got[(size_t)i] <= '9') << got << " at " << i;
-            }
             SYSTEMTIME read = before;
-            read.wHour = (WORD)atoi(got.substr(0, 2).c_str());
-            read.wMinute = (WORD)atoi(got.substr(3, 2).c_str());
-            read.wSecond = (WORD)atoi(got.substr(6, 2).c_str());
-            read.wMilliseconds = (WORD)(atoi(got.substr(9, 2).c_str()) * 10);
+            unsigned h = 99, m = 99, sec = 99, cs = 99;
+            char layout[16];
+            sscanf(got.c_str(), "%2u%*c%2u%*c%2u%*c%2u", &h, &m, &sec, &cs);
+            snprintf(layout, sizeof layout, "%02u%c%02u%c%02u%c%02u", h, sep[0], m, sep[0], sec, sep[0], cs);
+            EXPECT_EQ(layout, got) << "hh" << sep << "mm" << sep << "ss" << sep << "cc on the 24-hour clock";
+            read.wHour = (WORD)h;
+            read.wMinute = (WORD)m;
+            read.wSecond = (WORD)sec;
+            read.wMilliseconds = (WORD)(cs * 10);
             EXPECT_LE(hundredths(before), hundredths(read)) << got;
             EXPECT_LE(hundredths(read), hundredths(after)) << got;
             checked = true;
