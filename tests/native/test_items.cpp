@@ -1,4 +1,5 @@
-// The item-list functions called directly.
+// The item-list functions called directly: edge cases the scripts do not
+// reach, double-byte delimiters, the heap, and random lists.
 #include "values_fixture.h"
 
 namespace tsl {
@@ -7,114 +8,66 @@ namespace {
 enum { ITEMCOUNT = 158, ITEMEXTRACT = 159, ITEMINSERT = 160, ITEMLOCATE = 161, ITEMREMOVE = 162,
        ITEMSORT = 164 };
 
-class Items : public ValueTest {
-protected:
-    Result item(int id, std::initializer_list<Arg> a) { return call(kFamilyItems, id, a); }
-    std::string text_of(int id, std::initializer_list<Arg> a) {
-        Result r = item(id, a);
-        EXPECT_EQ(r.error, 0) << "function " << id;
-        EXPECT_TRUE(r.has_text) << "function " << id << " returns a text";
-        return r.text;
+struct Items : ValueTest { Items() : ValueTest(kFamilyItems) {} };
+
+TEST_F(Items, EdgeCases) {
+    struct { int line; int id; std::vector<Arg> args; const char* text; int32_t integer; } rows[] = {
+        {__LINE__, ITEMCOUNT, {",,", ","}, nullptr, 2},
+        {__LINE__, ITEMCOUNT, {"a;b,c", ";,"}, nullptr, 2},   // only the first character delimits
+        {__LINE__, ITEMEXTRACT, {-1, "a", ","}, "", 0},
+        {__LINE__, ITEMEXTRACT, {1, "a", ","}, "a", 0},
+        {__LINE__, ITEMEXTRACT, {1, "", ","}, "", 0},
+        {__LINE__, ITEMEXTRACT, {2, "ab,cd,", ","}, "cd", 0},
+        {__LINE__, ITEMEXTRACT, {3, "ab,cd,", ","}, "", 0},
+        {__LINE__, ITEMINSERT, {"x", 2, "a,b", ","}, "a,b,x,", 0},
+        {__LINE__, ITEMINSERT, {"x", 2, "a,b,", ","}, "a,b,x,", 0},
+        {__LINE__, ITEMINSERT, {"x", -1, "a,b", ","}, "a,b,x,", 0},
+        {__LINE__, ITEMINSERT, {"x", 3, "", ","}, ",x,", 0},
+        {__LINE__, ITEMINSERT, {"", 1, "a,b", ","}, "a,,b", 0},
+        {__LINE__, ITEMREMOVE, {2, "a,b,", ","}, "a,", 0},
+        {__LINE__, ITEMREMOVE, {0, "a,b", ","}, "a,b", 0},
+        {__LINE__, ITEMREMOVE, {2, "a,,c", ","}, "a,c", 0},
+        {__LINE__, ITEMREMOVE, {1, "", ","}, "", 0},
+        {__LINE__, ITEMLOCATE, {"c", "a,,c", ","}, nullptr, 3},
+        {__LINE__, ITEMLOCATE, {"ab", "a,abc,ab", ","}, nullptr, 3},
+        {__LINE__, ITEMLOCATE, {"b", "a\tb", ""}, nullptr, 2},
+        {__LINE__, ITEMSORT, {"", ","}, "", 0},
+        {__LINE__, ITEMSORT, {",,", ","}, "", 0},
+        {__LINE__, ITEMSORT, {"ab,a,abc", ","}, "a,ab,abc,", 0},   // a prefix sorts first
+        {__LINE__, ITEMSORT, {"\xe9t\xe9,zoo,Apple", ","}, "\xe9t\xe9,Apple,zoo,", 0},   // high bytes are negative
+        {__LINE__, ITEMSORT, {"b,a,b,a", ","}, "a,a,b,b,", 0},
+        {__LINE__, ITEMSORT, {"b\ta\t", ""}, "a\tb\t", 0},
+    };
+    for (auto& r : rows) {
+        Result got = call(r.id, r.args);
+        EXPECT_EQ(got.error, 0) << "row at line " << r.line;
+        EXPECT_EQ(got.has_text, r.text != nullptr) << "row at line " << r.line;
+        if (r.text) {
+            EXPECT_EQ(got.text, r.text) << "row at line " << r.line;
+        } else {
+            EXPECT_EQ(got.integer, r.integer) << "row at line " << r.line;
+        }
     }
-    int32_t int_of(int id, std::initializer_list<Arg> a) {
-        Result r = item(id, a);
-        EXPECT_EQ(r.error, 0) << "function " << id;
-        EXPECT_FALSE(r.has_text) << "function " << id << " returns an integer";
-        return r.integer;
-    }
-};
-
-TEST_F(Items, Count) {
-    struct { int line; const char* list; const char* delim; int expect; } rows[] = {
-        {__LINE__, "", ",", 0},
-        {__LINE__, ",", ",", 1},
-        {__LINE__, "a b", "", 1},        // an empty delimiter is the tab
-        {__LINE__, "a\tb", "", 2},
-        {__LINE__, "a,b", ",", 2},
-        {__LINE__, "a,b,", ",", 2},
-        {__LINE__, "a,,b", ",", 3},
-        {__LINE__, ",,", ",", 2},
-        {__LINE__, "a;b,c", ";,", 2},    // only the first character delimits
-    };
-    for (auto& r : rows) EXPECT_EQ(int_of(ITEMCOUNT, {r.list, r.delim}), r.expect) << "row at line " << r.line;
 }
 
-TEST_F(Items, ExtractInsertRemoveLocate) {
-    struct { int line; int index; const char* list; const char* expect; } extract[] = {
-        {__LINE__, 2, "a,,c", ""}, {__LINE__, 3, "a,,c", "c"}, {__LINE__, 0, "a", ""},
-        {__LINE__, -1, "a", ""},   {__LINE__, 1, "a", "a"},    {__LINE__, 2, "a", ""},
-        {__LINE__, 1, "", ""},     {__LINE__, 2, "ab,cd,", "cd"}, {__LINE__, 3, "ab,cd,", ""},
-        {__LINE__, 4, "ab,cd,", ""},
-    };
-    for (auto& r : extract)
-        EXPECT_EQ(text_of(ITEMEXTRACT, {r.index, r.list, ","}), r.expect) << "row at line " << r.line;
-
-    struct { int line; const char* item; int index; const char* list; const char* expect; } insert[] = {
-        {__LINE__, "x", 0, "a,b", "x,a,b"},  {__LINE__, "x", 1, "a,b", "a,x,b"},
-        {__LINE__, "x", 5, "a,b", "a,b,x,"}, {__LINE__, "x", 2, "a,b", "a,b,x,"},
-        {__LINE__, "x", 2, "a,b,", "a,b,x,"}, {__LINE__, "x", -1, "a,b", "a,b,x,"},
-        {__LINE__, "x", 0, "", ",x,"},       {__LINE__, "x", 3, "", ",x,"},
-        {__LINE__, "", 1, "a,b", "a,,b"},
-    };
-    for (auto& r : insert)
-        EXPECT_EQ(text_of(ITEMINSERT, {r.item, r.index, r.list, ","}), r.expect) << "row at line " << r.line;
-
-    struct { int line; int index; const char* list; const char* expect; } remove[] = {
-        {__LINE__, 1, "a,b", "b"},   {__LINE__, 2, "a,b", "a,"},  {__LINE__, 2, "a,b,", "a,"},
-        {__LINE__, 3, "a,b", "a,b"}, {__LINE__, 0, "a,b", "a,b"}, {__LINE__, 2, "a,,c", "a,c"},
-        {__LINE__, 1, "", ""},
-    };
-    for (auto& r : remove)
-        EXPECT_EQ(text_of(ITEMREMOVE, {r.index, r.list, ","}), r.expect) << "row at line " << r.line;
-
-    EXPECT_EQ(int_of(ITEMLOCATE, {"b", "a,b,c", ","}), 2);
-    EXPECT_EQ(int_of(ITEMLOCATE, {"B", "a,b,c", ","}), 0);
-    EXPECT_EQ(int_of(ITEMLOCATE, {"", "a,,c", ","}), 0);
-    EXPECT_EQ(int_of(ITEMLOCATE, {"c", "a,,c", ","}), 3);
-    EXPECT_EQ(int_of(ITEMLOCATE, {"ab", "a,abc,ab", ","}), 3);
-    EXPECT_EQ(int_of(ITEMLOCATE, {"b", "a\tb", ""}), 2);
-}
-
-TEST_F(Items, SortOrderAndEmptyItems) {
-    struct { int line; const char* list; const char* expect; } rows[] = {
-        {__LINE__, "c,a,,b", "a,b,c,"},
-        {__LINE__, "", ""},
-        {__LINE__, ",,", ""},
-        {__LINE__, "b,B,a,A", "A,B,a,b,"},            // with case, byte order
-        {__LINE__, "ab,a,abc", "a,ab,abc,"},          // a prefix sorts first
-        {__LINE__, "\xe9t\xe9,zoo,Apple", "\xe9t\xe9,Apple,zoo,"},   // high bytes are negative
-        {__LINE__, "b,a,b,a", "a,a,b,b,"},
-    };
-    for (auto& r : rows) EXPECT_EQ(text_of(ITEMSORT, {r.list, ","}), r.expect) << "row at line " << r.line;
-    EXPECT_EQ(text_of(ITEMSORT, {"b\ta\t", ""}), "a\tb\t");
-}
-
+// Against a selection sort by the same rule: each pass takes the first of the
+// smallest remaining items, bytes compared as signed.
 TEST_F(Items, SortMatchesSelectionSortOnALargeList) {
-    // Selection sort by the same rule as a reference: each pass takes the
-    // first of the smallest remaining items.
     std::vector<std::string> items;
-    std::string list;
-    unsigned x = 12345;
+    std::string list, expect;
+    Lcg next{12345};
     for (int i = 0; i < 300; i++) {
-        x = x * 1103515245u + 12345u;
-        std::string it = std::to_string((x >> 16) % 50);
-        if (i % 37 == 0) it += "\xa0";
-        items.push_back(it);
-        list += it + ";";
+        items.push_back(std::to_string(next(50)) + (i % 37 == 0 ? "\xa0" : ""));
+        list += items.back() + ";";
     }
-    std::string expect;
     std::vector<bool> taken(items.size());
     for (size_t pass = 0; pass < items.size(); pass++) {
         int best = -1;
         for (size_t i = 0; i < items.size(); i++) {
             if (taken[i]) continue;
-            if (best < 0) { best = (int)i; continue; }
-            const std::string& a = items[(size_t)best];
-            const std::string& b = items[i];
-            size_t k = 0;
-            while (k < a.size() && k < b.size() && a[k] == b[k]) k++;
-            bool greater = k < a.size() && (k == b.size() || (signed char)a[k] > (signed char)b[k]);
-            if (greater) best = (int)i;
+            std::vector<signed char> a, b(items[i].begin(), items[i].end());
+            if (best >= 0) a.assign(items[(size_t)best].begin(), items[(size_t)best].end());
+            if (best < 0 || b < a) best = (int)i;
         }
         taken[(size_t)best] = true;
         expect += items[(size_t)best] + ";";
@@ -137,9 +90,8 @@ TEST_F(Items, DoubleByteDelimiterAndItems) {
     // A lead byte alone does not delimit: 0x81 0x41 is another character.
     EXPECT_EQ(int_of(ITEMCOUNT, {"a\x81\x41" "b", D}), 1);
     // A single-byte delimiter never matches the trail byte of a character.
-    std::string path = K5C + "\\x";
-    EXPECT_EQ(int_of(ITEMCOUNT, {path, "\\"}), 2);
-    EXPECT_EQ(text_of(ITEMEXTRACT, {1, path, "\\"}), K5C);
+    EXPECT_EQ(int_of(ITEMCOUNT, {K5C + "\\x", "\\"}), 2);
+    EXPECT_EQ(text_of(ITEMEXTRACT, {1, K5C + "\\x", "\\"}), K5C);
 }
 
 // Random lists of random items, with a one-byte and a double-byte
@@ -147,48 +99,41 @@ TEST_F(Items, DoubleByteDelimiterAndItems) {
 TEST_F(Items, RandomListsAgreeWithTheirItems) {
     plat_native_set_dbcs(true);
     const char* const pieces[] = {"a", "b", "\x95\x5c", "\x81\x41", "\x88\x9f", "\xb1", ";"};
-    struct { const char* delim; const char* avoid; } kinds[] = {{";", ";"}, {"\x81\x40", "\x81\x40"}};
-    unsigned x = 77;
-    auto next = [&x](unsigned n) { x = x * 1103515245u + 12345u; return (x >> 16) % n; };
-    for (auto& kind : kinds) {
-        const std::string D = kind.delim;
+    Lcg next{77};
+    for (const std::string D : {";", "\x81\x40"}) {
         for (int round = 0; round < 100; round++) {
             std::vector<std::string> items(1 + next(8));
-            for (auto& it : items) {
-                for (unsigned k = next(4); k > 0; k--) {
-                    std::string piece = pieces[next(7)];
-                    if (piece != kind.avoid) it += piece;
-                }
-            }
+            for (auto& it : items)
+                for (unsigned k = next(4); k > 0; k--)
+                    if (std::string piece = pieces[next(7)]; piece != D) it += piece;
             std::string list;
             for (size_t i = 0; i < items.size(); i++) list += (i ? D : "") + items[i];
             if (next(2)) list += D;   // with or without a trailing delimiter
-            std::string ctx_note = "round " + std::to_string(round) + " list [" + list + "]";
+            std::string note = "round " + std::to_string(round) + " list [" + list + "]";
             for (size_t i = 0; i < items.size(); i++) {
-                ASSERT_EQ(text_of(ITEMEXTRACT, {(int32_t)i + 1, list, D}), items[i]) << ctx_note;
+                ASSERT_EQ(text_of(ITEMEXTRACT, {(int32_t)i + 1, list, D}), items[i]) << note;
                 int32_t at = int_of(ITEMLOCATE, {items[i], list, D});
                 if (items[i].empty()) {
-                    ASSERT_EQ(at, 0) << ctx_note;
+                    ASSERT_EQ(at, 0) << note;
                 } else {
-                    ASSERT_GE(at, 1) << ctx_note;
-                    ASSERT_EQ(items[(size_t)at - 1], items[i]) << ctx_note;
+                    ASSERT_TRUE(at >= 1 && items[(size_t)at - 1] == items[i]) << note;
                 }
                 std::string removed = text_of(ITEMREMOVE, {(int32_t)i + 1, list, D});
                 if (i + 1 < items.size()) {
-                    ASSERT_EQ(text_of(ITEMEXTRACT, {(int32_t)i + 1, removed, D}), items[i + 1]) << ctx_note;
+                    ASSERT_EQ(text_of(ITEMEXTRACT, {(int32_t)i + 1, removed, D}), items[i + 1]) << note;
                 }
             }
-            std::string inserted = text_of(ITEMINSERT, {"new", (int32_t)next(items.size() + 1), list, D});
-            ASSERT_GE(int_of(ITEMLOCATE, {"new", inserted, D}), 1) << ctx_note;
+            std::string inserted = text_of(ITEMINSERT, {"new", (int32_t)next((unsigned)items.size() + 1), list, D});
+            ASSERT_GE(int_of(ITEMLOCATE, {"new", inserted, D}), 1) << note;
             std::string sorted = text_of(ITEMSORT, {list, D});
             size_t nonempty = 0;
             for (auto& it : items) nonempty += !it.empty();
-            ASSERT_EQ(int_of(ITEMCOUNT, {sorted, D}), (int32_t)nonempty) << ctx_note;
+            ASSERT_EQ(int_of(ITEMCOUNT, {sorted, D}), (int32_t)nonempty) << note;
             for (size_t i = 1; i < nonempty; i++) {
                 std::string a = text_of(ITEMEXTRACT, {(int32_t)i, sorted, D});
                 std::string b = text_of(ITEMEXTRACT, {(int32_t)i + 1, sorted, D});
                 std::vector<signed char> sa(a.begin(), a.end()), sb(b.begin(), b.end());
-                ASSERT_FALSE(sb < sa) << ctx_note << " sorted [" << sorted << "]";
+                ASSERT_FALSE(sb < sa) << note << " sorted [" << sorted << "]";
             }
         }
     }
@@ -197,10 +142,9 @@ TEST_F(Items, RandomListsAgreeWithTheirItems) {
 TEST_F(Items, OutOfHeapLeavesNothingAllocated) {
     use_heap(700);
     std::string list(250, 'a');
-    EXPECT_EQ(item(ITEMINSERT, {list, 0, list, ","}).error, 3096);
-    EXPECT_EQ(item(ITEMSORT, {list, ","}).error, 0);
-    std::string big(400, 'b');
-    EXPECT_EQ(item(ITEMSORT, {big, ","}).error, 3096);
+    EXPECT_EQ(call(ITEMINSERT, {list, 0, list, ","}).error, 3096);
+    EXPECT_EQ(call(ITEMSORT, {list, ","}).error, 0);
+    EXPECT_EQ(call(ITEMSORT, {std::string(400, 'b'), ","}).error, 3096);
 }
 
 } // namespace
