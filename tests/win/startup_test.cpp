@@ -174,37 +174,37 @@ TEST_F(Startup, DllUsageIsRecordedOnlyWhenItDiffersIgnoringCase) {
 
 // --- window classes, reloading ---
 
-TEST_F(Startup, Mode1RegistersTheThreeClassesOnly) {
+// Mode 1 registers three classes; a reloaded library registers them again,
+// the dialog classes with the texture brush when PrettyDialogs is on.
+TEST_F(Startup, Mode1RegistersTheThreeClassesOnlyAndAgainAfterAReload) {
     struct { const char* name; UINT style; int extra; bool cursor; } rows[] = {
         {"ts8wcmmn", 0, 8, false},
         {"ts9wcdlg", CS_HREDRAW | CS_VREDRAW, 38, true},
         {"ts0wcdl2", CS_HREDRAW | CS_VREDRAW, 38, true},
     };
-    HostContext host(&g_dll, "tslhostcls");
-    WNDCLASSA wc;
-    for (auto& r : rows) {
-        ASSERT_TRUE(GetClassInfoA(g_dll.module, r.name, &wc)) << r.name;
-        EXPECT_EQ(r.style, wc.style) << r.name;
-        EXPECT_EQ(r.extra, wc.cbWndExtra) << r.name;
-        EXPECT_EQ(r.cursor ? LoadCursorA(NULL, (LPCSTR)IDC_ARROW) : NULL, wc.hCursor) << r.name;
-    }
-    EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts6wcdds", &wc));
-    EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts7wcddc", &wc));
-}
-
-TEST_F(Startup, ReloadedLibraryRegistersAgainWithTheTextureBrushWhenPretty) {
     for (const char* pretty : {"1", "0"}) {
         SettingOverride setting("MAIN", "PrettyDialogs", pretty);
         g_dll.unload();
         ASSERT_TRUE(g_dll.load());
-        HostContext host(&g_dll, "tslhostpretty");
+        HostContext host(&g_dll, "tslhostcls");
         EXPECT_EQ(44, host.results[1]) << "classes of the earlier load were left registered";
         WNDCLASSA wc;
-        ASSERT_TRUE(GetClassInfoA(g_dll.module, "ts0wcdl2", &wc));
-        if (*pretty == '0') { EXPECT_EQ((HBRUSH)(COLOR_WINDOW + 1), wc.hbrBackground); continue; }
-        LOGBRUSH lb;
-        ASSERT_EQ((int)sizeof lb, GetObjectA(wc.hbrBackground, sizeof lb, &lb));
-        EXPECT_EQ((UINT)BS_PATTERN, lb.lbStyle);
+        for (auto& r : rows) {
+            ASSERT_TRUE(GetClassInfoA(g_dll.module, r.name, &wc)) << r.name;
+            EXPECT_EQ(r.style, wc.style) << r.name;
+            EXPECT_EQ(r.extra, wc.cbWndExtra) << r.name;
+            EXPECT_EQ(r.cursor ? LoadCursorA(NULL, (LPCSTR)IDC_ARROW) : NULL, wc.hCursor) << r.name;
+            if (!r.cursor) continue;
+            LOGBRUSH lb;
+            if (*pretty == '0') {
+                EXPECT_EQ((HBRUSH)(COLOR_WINDOW + 1), wc.hbrBackground) << r.name;
+            } else {
+                ASSERT_EQ((int)sizeof lb, GetObjectA(wc.hbrBackground, sizeof lb, &lb)) << r.name;
+                EXPECT_EQ((UINT)BS_PATTERN, lb.lbStyle) << r.name;
+            }
+        }
+        EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts6wcdds", &wc));
+        EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts7wcddc", &wc));
     }
 }
 

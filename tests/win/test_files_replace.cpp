@@ -1,5 +1,6 @@
 // FileCopy and FileMove asking through the real "Confirm File Replace"
 // dialog, pressed by the user thread; the interpreter is driven as a host.
+#include <algorithm>
 #include "host_harness.h"
 #include "resources/dialogs/filewarn_ids.h"
 
@@ -70,43 +71,42 @@ TEST_F(Replace, DialogShowsNamesInformationAndLabels) {
     for (auto& i : items) EXPECT_EQ(i.text, s.items[i.id]) << "control " << i.id;
 }
 
-// "Overwrite All" answers for the rest of its call, and the next call asks again.
-TEST_F(Replace, OverwriteAllHoldsForOneCallOnly) {
+// Calls on three files: "Overwrite All" answers for the rest of its call and the
+// next call asks again; "Cancel" skips every remaining file; "Use Newer All"
+// decides the rest by age (targets b1 and b3 are newer than their sources).
+TEST_F(Replace, AllButtonsDecideTheRestOfTheirCallOnly) {
+    struct { int line; const char* fn; std::vector<int> press; size_t asked; const char* replaced; } rows[] = {
+        {__LINE__, "FileCopy", {FW_OVERWRITE_ALL}, 1, "111"},
+        {__LINE__, "FileCopy", {FW_SKIP, FW_OVERWRITE, FW_SKIP}, 3, nullptr},  // one file, in the order found
+        {__LINE__, "FileMove", {FW_CANCEL}, 1, "000"},
+        {__LINE__, "FileMove", {FW_NEWER_ALL}, 1, "101"},
+    };
     CreateDirectoryA(at("out").c_str(), NULL);
-    const char* names[] = {"a1.txt", "a2.txt", "a3.txt"};
-    for (const char* n : names) write_file(at(n), std::string("new ") + n);
-    for (int round = 0; round < 2; round++) {
-        for (const char* n : names) write_file(at(std::string("out\\") + n), "old");
-        User user(round == 0 ? std::vector<int>{FW_OVERWRITE_ALL} : std::vector<int>{FW_SKIP, FW_OVERWRITE, FW_SKIP});
-        host.run(copy("a*.txt", "out\\*.*"));
-        user.finish();
-        EXPECT_EQ(round == 0 ? 1u : 3u, user.seen().size()) << "round " << round;
-        int replaced = 0;
-        for (const char* n : names) replaced += read_file(at(std::string("out\\") + n)) == std::string("new ") + n;
-        EXPECT_EQ(round == 0 ? 3 : 1, replaced) << "round " << round;
-    }
-}
-
-// "Cancel" skips every remaining file; "Use Newer All" decides the rest by age.
-TEST_F(Replace, AllButtonsDecideTheRestWithoutAsking) {
-    CreateDirectoryA(at("out").c_str(), NULL);
-    const char* names[] = {"b1.txt", "b2.txt", "b3.txt"};
-    for (int round = 0; round < 2; round++) {
-        for (int i = 0; i < 3; i++) {
-            write_file(at(names[i]), "new");
-            write_file(at(std::string("out\\") + names[i]), "old");
-            set_local_time(at(names[i]), 2020, 6, 15, 12, 0);
-            set_local_time(at(std::string("out\\") + names[i]), 2020, 6, i == 1 ? 14 : 16, 12, 0);
+    for (auto& r : rows) {
+        std::string got;
+        for (int i = 1; i <= 3; i++) {
+            std::string name = "b" + std::to_string(i) + ".txt";
+            write_file(at(name), "new");
+            write_file(at("out\\" + name), "old");
+            set_local_time(at(name), 2020, 6, 15, 12, 0);
+            set_local_time(at("out\\" + name), 2020, 6, i == 2 ? 14 : 16, 12, 0);
         }
-        User user({round == 0 ? FW_CANCEL : FW_NEWER_ALL});
-        host.run(copy("b*.txt", "out\\*.*", "FileMove"));
+        User user(r.press);
+        host.run(copy("b*.txt", "out\\*.*", r.fn));
         user.finish();
-        EXPECT_EQ(1u, user.seen().size()) << "round " << round;
-        EXPECT_EQ(0, host.error()) << "round " << round;
-        for (int i = 0; i < 3; i++) {
-            bool moved = round == 1 && i != 1;  // round 0 skips all; round 1 moves where the target is newer
-            EXPECT_EQ(moved ? "new" : "old", read_file(at(std::string("out\\") + names[i]))) << round << names[i];
-            EXPECT_EQ(moved ? "<missing>" : "new", read_file(at(names[i]))) << round << names[i];
+        EXPECT_EQ(r.asked, user.seen().size()) << "row at line " << r.line;
+        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
+        for (int i = 1; i <= 3; i++) {
+            std::string name = "b" + std::to_string(i) + ".txt";
+            bool replaced = read_file(at("out\\" + name)) == "new";
+            got += replaced ? '1' : '0';
+            bool moved = replaced && r.fn[4] == 'M';
+            EXPECT_EQ(moved ? "<missing>" : "new", read_file(at(name))) << "row at line " << r.line << ", " << name;
+        }
+        if (r.replaced) {
+            EXPECT_EQ(r.replaced, got) << "row at line " << r.line;
+        } else {
+            EXPECT_EQ(1, std::count(got.begin(), got.end(), '1')) << "row at line " << r.line << ": " << got;
         }
     }
 }
