@@ -133,8 +133,13 @@ TEST_F(Startup, Mode99ClosesTheScriptsFilesAndSendsTheHostTheShutdownCommand) {
     g_commands.clear();
     {
         HostContext host(&g_dll, "tslhostdown");
-        EXPECT_EQ(1, host.run("h = FileOpen(\"" + path + "\", \"WRITE\")\r\nFileWrite(h, \"data\")\r\n",
+        g_dll.console(1);  // the report goes to standard error
+        StderrCapture err;
+        std::string open = "FileOpen(\"" + path + "\", ";
+        EXPECT_EQ(1, host.run("h = " + open + "\"WRITE\")\r\nFileWrite(h, \"data\")\r\ng = " + open + "\"READ\")\r\n",
                               recording_proc, nullptr));
+        g_dll.console(0);
+        EXPECT_EQ(1077, host.error()) << "still open for writing, alone";
         EXPECT_EQ(std::vector<long>{}, g_commands) << "no idle calls unless asked for";
         EXPECT_FALSE(DeleteFileA(path.c_str())) << "the file is open while the context lives";
     }
