@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include "lexer.h"
+#include "runloop.h"
 #include "vars.h"
 
 namespace tsl {
@@ -11,6 +12,7 @@ namespace {
 
 const unsigned LINES = 64;        // lines remembered per context (direct-mapped)
 const unsigned TOKENS = 48;       // tokens remembered per line
+const unsigned RAW_MAX = 320;     // script bytes of a line remembered for reading it again
 
 struct Token {
     uint16_t start, end;          // the token's text and the cursor after it, as line offsets
@@ -25,7 +27,10 @@ struct Line {
     uint32_t generation;
     uint32_t serial;              // changes whenever the record starts afresh
     uint16_t pos, len, count;
+    uint16_t raw_len;             // script bytes the line was read from (0: not remembered)
+    int16_t start_off;            // where its text starts, from pos (-1: no text)
     uint8_t ntok;
+    char raw[RAW_MAX];
     char text[LINE_BUF];
     uint8_t at[LINE_BUF];         // at[offset]: 1 + the token read with the cursor there
     Token tok[TOKENS];
@@ -37,6 +42,25 @@ struct Cache {
 };
 
 inline Line* entry(Context* ctx) { return static_cast<Line*>(ctx->lex_entry); }
+
+inline Line* slot_for(Cache* c, const char* script, uint16_t pos) {
+    uintptr_t h = ((uintptr_t)script >> 4) * 31 + pos;
+    return &c->line[(h ^ (h >> 7)) % LINES];
+}
+
+// Starts a record afresh: nothing recorded, a new serial.
+void reset(Cache* c, Line* e, const Context* ctx, const char* script, uint16_t pos, const char* line, size_t len) {
+    e->script = script;
+    e->pos = pos;
+    e->generation = ctx->word_generation;
+    e->count = g_keyword_count;
+    e->host = ctx->host_table;
+    e->len = (uint16_t)len;
+    memcpy(e->text, line, len + 1);
+    memset(e->at, 0, len + 1);
+    e->ntok = 0;
+    e->serial = ++c->next_serial;
+}
 
 // The cursor's offset in the current line, or -1 when it points elsewhere.
 inline long offset_of(const Context* ctx, const char* p, unsigned len) {
@@ -50,27 +74,45 @@ void line_tokens_begin(Context* ctx, const char* script, uint16_t line_pos, cons
     ctx->lex_entry = nullptr;
     Cache* c = static_cast<Cache*>(ctx->line_cache);
     if (!c) return;
-    uintptr_t h = ((uintptr_t)script >> 4) * 31 + line_pos;
-    Line* e = &c->line[(h ^ (h >> 7)) % LINES];
+    Line* e = slot_for(c, script, line_pos);
     size_t len = strlen(line);
     bool same = e->script == script && e->pos == line_pos && e->generation == ctx->word_generation &&
                 e->count == g_keyword_count && e->host == ctx->host_table && e->len == len &&
                 memcmp(e->text, line, len) == 0;
     if (!same) {
-        e->script = script;
-        e->pos = line_pos;
-        e->generation = ctx->word_generation;
-        e->count = g_keyword_count;
-        e->host = ctx->host_table;
-        e->len = (uint16_t)len;
-        memcpy(e->text, line, len + 1);
-        memset(e->at, 0, len + 1);
-        e->ntok = 0;
-        e->serial = ++c->next_serial;
+        reset(c, e, ctx, script, line_pos, line, len);
+        e->raw_len = 0;
     }
     ctx->lex_line = line;
     ctx->lex_entry = e;
     ctx->lex_serial = e->serial;
+}
+
+int line_tokens_read(Context* ctx, const char* script, uint32_t length, uint16_t* pos, uint16_t* line_start,
+                     char* line) {
+    Cache* c = static_cast<Cache*>(ctx->line_cache);
+    if (!c) return read_line(script, length, pos, line_start, line);
+    uint16_t p0 = *pos;
+    Line* e = slot_for(c, script, p0);
+    if (e->raw_len && e->script == script && e->pos == p0 && (uint32_t)p0 + e->raw_len <= length &&
+        memcmp(script + p0, e->raw, e->raw_len) == 0) {
+        memcpy(line, e->text, (size_t)e->len + 1);
+        if (e->start_off >= 0) *line_start = (uint16_t)(p0 + e->start_off);
+        *pos = (uint16_t)(p0 + e->raw_len);
+        return 1;
+    }
+    if (!read_line(script, length, pos, line_start, line)) return 0;
+    // Remember the bytes of a line that ended at CR, Ctrl+Z or the length
+    // limit; one that ended with the text could read on if the text grew.
+    size_t raw = (size_t)(*pos - p0), len = strlen(line);
+    char last = raw ? script[*pos - 1] : 0;
+    if (raw && raw <= RAW_MAX && (last == '\r' || last == 26 || len == SCRIPT_LINE_MAX)) {
+        reset(c, e, ctx, script, p0, line, len);
+        memcpy(e->raw, script + p0, raw);
+        e->raw_len = (uint16_t)raw;
+        e->start_off = len ? (int16_t)(*line_start - p0) : -1;   // the reader sets the start only for text
+    }
+    return 1;
 }
 
 int line_tokens_replay(Context* ctx) {

@@ -10,6 +10,10 @@
 
 namespace tsl {
 
+// Reads the next line like read_line, from the record of a line read
+// before at the same place when the script's bytes there are unchanged.
+int line_tokens_read(Context* ctx, const char* script, uint32_t length, uint16_t* pos, uint16_t* line_start,
+                     char* line);
 // Before a line's statement runs: finds or starts the record of the line
 // read at `line_pos` of `script` (the text now in `line`).
 void line_tokens_begin(Context* ctx, const char* script, uint16_t line_pos, const char* line);

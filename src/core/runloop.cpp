@@ -55,7 +55,7 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
     int result = 1;
     for (;;) {
         uint16_t line_pos = *pos;
-        if (!read_line(script, length, pos, line_start, line)) break;
+        if (!line_tokens_read(ctx, script, length, pos, line_start, line)) break;
         result = -1;
         plat_break_test(ctx);
         if (!ctx->exclusive) plat_pump_messages(ctx);
