@@ -1,39 +1,25 @@
 // StrCat, Average, Max and Min read their own arguments: run as script lines
 // through the real lexer and evaluator, in a context with its own heap and
 // variable table, with the heap checked after each run.
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <vector>
-#include "core/context.h"
-#include "core/heap.h"
+#include "values_fixture.h"
 #include "core/keywords.h"
 #include "core/runloop.h"
 #include "core/vars.h"
-#include "core/plat_native_control.h"
-#include "functions/families.h"
 
 namespace tsl {
 namespace {
 
-class Variadic : public ::testing::Test {
-protected:
-    std::unique_ptr<Context> holder{new Context()};
-    Context* ctx = holder.get();
-    std::vector<uint8_t> heap;
+struct Variadic : ValueTest {
+    Variadic() : ValueTest(kFamilyStrings) {}
     std::vector<VarSlot> vars = std::vector<VarSlot>(200);
-
-    void SetUp() override { start(HEAP_MAX_SIZE); }
     void start(uint32_t heap_size) {
-        heap.assign(heap_size, 0);
-        heap_init(heap.data(), heap_size);
-        ctx->heap = heap.data();
-        ctx->heap_size = heap_size;
+        use_heap(heap_size);
         ctx->vars = vars.data();
         ctx->var_capacity = (uint16_t)vars.size();
         ctx->exclusive = 1;
         plat_set_console_mode(true);
     }
+    void SetUp() override { ValueTest::SetUp(); start(HEAP_MAX_SIZE); }
     uint16_t run(const std::string& line) {   // the run's error number
         std::string script = line + "\r\n";
         run_script(ctx, &script[0]);
@@ -43,7 +29,7 @@ protected:
         char buf[8192] = "";
         return var_get_text(ctx, name, buf, sizeof buf) ? buf : "<undefined>";
     }
-    uint32_t free_bytes() { return heap_free_bytes(heap.data()); }
+    uint32_t free_bytes() { return heap_free_bytes(heap.get()); }
 };
 
 TEST_F(Variadic, ResultsAtTheEdges) {
@@ -88,8 +74,8 @@ TEST_F(Variadic, ErrorsGiveBackTheHeap) {
 TEST_F(Variadic, StrCatFailureLeavesNoResultText) {
     start(1400);
     FunctionImpl str_cat = nullptr;
-    for (unsigned i = 0; i < kFamilyStrings.count; i++)
-        if (kFamilyStrings.entries[i].id == K_STRCAT) str_cat = kFamilyStrings.entries[i].fn;
+    for (unsigned i = 0; i < family->count; i++)
+        if (family->entries[i].id == K_STRCAT) str_cat = family->entries[i].fn;
     ASSERT_NE(str_cat, nullptr);
     std::string lit = "\"" + std::string(200, 'z') + "\"";
     struct { int line; std::string args; uint16_t error; size_t length; } rows[] = {
