@@ -10,8 +10,11 @@
 // mode (code page 932's lead bytes) is on when the length's second bit is. The host
 // table has one command, echo, whose output is kept for the comparison; Call of arbitrary
 // names only reads regular files below 65,521 bytes. The input itself is
-// written to /tmp/tsl-fuzz-self.tsl first, the one file the harness writes,
-// so that an input can Call itself (nesting, Param, CANCEL, exit).
+// written to /tmp/tsl-fuzz-self-<process id>.tsl first, the one file the
+// harness writes, and the variable self holds that name, so that an input
+// can Call(self, ...) itself (nesting, Param, CANCEL, exit); each process
+// has its own file, so that fuzzers and test runs side by side do not
+// change each other's callee.
 //
 // Each input runs twice, with the token replay of repeated lines and
 // without it (unless it reads the clock or the random generator): echo
@@ -28,12 +31,14 @@
 #include <cctype>
 #include <cstring>
 #include <string>
+#include <unistd.h>
 #include <vector>
 #include "core/context.h"
 #include "core/heap.h"
 #include "core/line_tokens.h"
 #include "core/plat_native_control.h"
 #include "core/runloop.h"
+#include "core/vars.h"
 
 namespace fuzz {
 
@@ -42,7 +47,11 @@ using namespace tsl;
 const uint32_t HEAP_SMALL = 2000, HEAP_LARGE = 30000;
 const uint16_t SLOTS_SMALL = 40, SLOTS_LARGE = 400;
 const unsigned BREAK_AFTER = 3000;
-const char* const SELF_PATH = "/tmp/tsl-fuzz-self.tsl";
+// The file an input is stored in for Call(self, ...).
+inline const std::string& self_path() {
+    static const std::string path = "/tmp/tsl-fuzz-self-" + std::to_string((long)getpid()) + ".tsl";
+    return path;
+}
 
 // echo(text): the text and a line feed go to the run's output string.
 inline int32_t echo_host(PHandle, intptr_t host_value, int32_t, int32_t, AnswerFn, void*, const char* t1,
@@ -97,6 +106,9 @@ inline std::string run_once(const uint8_t* data, size_t size, bool replay, std::
     const uint16_t slots = large ? SLOTS_LARGE : SLOTS_SMALL;
     memset(&ctx, 0, sizeof ctx);
     memset(vars, 0, sizeof vars);
+    // Different garbage in the two runs' heaps: a read of bytes that no
+    // one wrote makes the runs differ.
+    memset(heap, replay ? 0xA5 : 0x5A, sizeof heap);
     heap_init(heap, heap_size);
     ctx.heap = heap;
     ctx.heap_size = heap_size;
@@ -109,6 +121,7 @@ inline std::string run_once(const uint8_t* data, size_t size, bool replay, std::
     ctx.host_proc = echo_host;
     out.clear();
     ctx.host_value = (intptr_t)&out;
+    var_set_text(&ctx, "self", self_path().c_str());
     line_tokens_set_enabled(replay);
     plat_native_set_no_sleep(true);
     plat_set_console_mode(size % 2 == 0);
@@ -156,7 +169,7 @@ inline bool varies(const uint8_t* data, size_t size) {
 // Runs the input with token replay, then (unless it reads the clock) without,
 // and the two runs must do the same.
 inline std::string run_one(const uint8_t* data, size_t size) {
-    if (FILE* f = fopen(SELF_PATH, "wb")) {
+    if (FILE* f = fopen(self_path().c_str(), "wb")) {
         fwrite(data, 1, size, f);
         fclose(f);
     }

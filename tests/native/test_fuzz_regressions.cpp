@@ -35,6 +35,7 @@ TEST(FuzzRegressions, EveryKeptInputRunsCleanly) {
         EXPECT_EQ(bad, "") << n;
     }
     tsl::plat_set_console_mode(true);
+    unlink(fuzz::self_path().c_str());
 }
 
 } // namespace
