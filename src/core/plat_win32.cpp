@@ -27,12 +27,27 @@ bool plat_dbcs_enabled() {
     return enabled != 0;
 }
 
-bool plat_is_lead_byte(unsigned char c) { return plat_dbcs_enabled() && IsDBCSLeadByte(c); }
+// The lead bytes of the code page, read once: string functions step by
+// characters through every text, and a system call per character (under
+// Wine above all) would cost more than the rest of their work. The steps
+// are those of CharNextA: a lead byte and the byte after it are one
+// character, unless the text ends there.
+static bool g_lead[256];
+static bool lead_table_ready() {
+    static bool ready = [] {
+        if (plat_dbcs_enabled())
+            for (unsigned c = 0; c < 256; ++c) g_lead[c] = IsDBCSLeadByte((BYTE)c) != 0;
+        return true;
+    }();
+    return ready;
+}
+
+bool plat_is_lead_byte(unsigned char c) { return lead_table_ready() && g_lead[c]; }
 
 const char* plat_char_next(const char* p) {
     if (!*p) return p;
-    const char* n = CharNextA(p);
-    return n > p ? n : p + 1;
+    lead_table_ready();
+    return (g_lead[(unsigned char)*p] && p[1]) ? p + 2 : p + 1;
 }
 
 int plat_compare(const char* a, const char* b) { return lstrcmpA(a, b); }
