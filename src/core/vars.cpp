@@ -108,7 +108,9 @@ void var_drop(Context* ctx, const char* name) {
     VarSlot* v = ctx->vars;
     for (unsigned i = 0; i < ctx->var_capacity; ++i) {
         if (!v[i].value.flags || plat_compare(v[i].name, name) != 0) continue;
-        if (v[i].value.flags == VF_SPECIAL) { fail(ctx, 2253); return; }
+        // A special value raises 2253 and is dropped all the same, as an
+        // assignment to one raises 2253 and is carried out.
+        if (v[i].value.flags == VF_SPECIAL) fail(ctx, 2253);
         if (v[i].value.string) heap_free(ctx->heap, v[i].value.string);
         v[i].value = Value{0, 0, NO_VARIABLE, 0};
         v[i].name[0] = 0;

@@ -174,14 +174,14 @@ TEST_F(Variables, DroppedSlotsAreReused) {
     EXPECT_EQ(ctx->var_count, 3);
 }
 
-TEST_F(Variables, SpecialValuesCannotBeAssignedOrDropped) {
+TEST_F(Variables, SpecialValuesRaise2253WhenAssignedOrDropped) {
     var_set_text(ctx, "obj", "object");
     uint16_t s = var_find_slot(ctx, "obj");
     vars[s].value.flags = VF_SPECIAL;
     Eval r = eval("Drop(obj)");
     EXPECT_EQ(r.error, 2253);
-    // Whether the slot is dropped all the same is not asserted here: see docs/core-tests.md.
-    if (vars[s].value.flags) vars[s].value.flags = VF_STR;
+    EXPECT_EQ(vars[s].value.flags, 0u) << "the slot is dropped all the same, as an assignment is made";
+    EXPECT_EQ(var_find_slot(ctx, "obj"), NO_VARIABLE);
     var_set_text(ctx, "obj", "object");
     s = var_find_slot(ctx, "obj");
     vars[s].value.flags = VF_SPECIAL;
