@@ -80,9 +80,13 @@ if [ -f tests/fuzz/fuzz_statements.cpp ]; then
     if build fuzz; then
         if [ -d tests/fuzz/corpus ]; then
             # New inputs go to a scratch directory, the checked-in corpus is only read.
-            mkdir -p build/fuzz/corpus-run build/fuzz/artifacts
+            # The script tests are seeds too: gathered here, not kept twice in the tree.
+            mkdir -p build/fuzz/corpus-run build/fuzz/artifacts build/fuzz/seeds
+            for f in tests/scripts/*/*.tsl; do
+                g=$(basename "$(dirname "$f")"); cp "$f" "build/fuzz/seeds/$g-$(basename "$f")"
+            done
             if (cd build/fuzz && ./fuzz_statements -max_total_time=60 -artifact_prefix=artifacts/ \
-                    corpus-run "$root/tests/fuzz/corpus" </dev/null >"$log_dir/fuzz.log" 2>&1); then
+                    corpus-run "$root/tests/fuzz/corpus" seeds </dev/null >"$log_dir/fuzz.log" 2>&1); then
                 passed=$((passed + 1)); echo "fuzz run: no findings in 60 s"
             else
                 failed=$((failed + 1)); notes+=("the fuzz run found a failure (see $log_dir/fuzz.log)")
