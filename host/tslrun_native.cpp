@@ -17,17 +17,6 @@ using namespace tsl;
 
 namespace {
 
-KeywordRecord host_record(uint16_t id, const char* name, uint16_t args, uint16_t mask) {
-    KeywordRecord r{};
-    r.id = id;
-    r.kind = KW_FUNCTION;
-    r.arg_count = args;
-    r.str_mask = mask;
-    r.name_len = (uint16_t)strlen(name);
-    memcpy(r.name, name, r.name_len);
-    return r;
-}
-
 // Host commands: 0 quit (IntControl 8), 1 version, 2 echo, 3 itemizenull.
 int32_t host_command(PHandle, intptr_t, int32_t, int32_t command, AnswerFn answer, void* record,
                      const char* t1, const char*, const char*, const char*, const char*) {
@@ -78,8 +67,8 @@ int main(int argc, char** argv) {
     plat_set_console_mode(true);
     snprintf(ctx.top_script_name, sizeof ctx.top_script_name, "%s", name);
 
-    KeywordRecord table[5] = {host_record(0, "tslrunquit", 0, 0), host_record(1, "tslrunversion", 0, 0),
-                              host_record(2, "echo", 1, 1), host_record(3, "itemizenull", 1, 1), KeywordRecord{}};
+    KeywordRecord table[5] = {function_record(0, "tslrunquit", 0, 0), function_record(1, "tslrunversion", 0, 0),
+                              function_record(2, "echo", 1, 1), function_record(3, "itemizenull", 1, 1), KeywordRecord{}};
     ctx.host_proc = host_command;
     ctx.host_table = table;
 

@@ -58,6 +58,20 @@ enum KwId : int16_t {
     K_YIELD = 268, K_BITOR = 269, K_OR = 270, K_TILDE = 271,
 };
 
+// A function record (hosts build their command tables of these).
+inline KeywordRecord function_record(uint16_t id, const char* name, uint16_t args, uint16_t mask) {
+    KeywordRecord r{};
+    r.id = id;
+    r.kind = KW_FUNCTION;
+    r.arg_count = args;
+    r.str_mask = mask;
+    while (r.name_len < sizeof r.name - 1 && name[r.name_len]) {
+        r.name[r.name_len] = name[r.name_len];
+        ++r.name_len;
+    }
+    return r;
+}
+
 // The signed 32-bit value of an @constant record.
 inline int32_t keyword_constant(const KeywordRecord& r) {
     return (int32_t)((uint32_t)r.arg_count | ((uint32_t)r.str_mask << 16));

@@ -71,16 +71,6 @@ inline int32_t core_host(PHandle, intptr_t host_value, int32_t, int32_t command,
     }
 }
 
-inline KeywordRecord host_keyword(uint16_t id, const char* name, uint16_t args, uint16_t mask) {
-    KeywordRecord r{};
-    r.id = id;
-    r.kind = KW_FUNCTION;
-    r.arg_count = args;
-    r.str_mask = mask;
-    r.name_len = (uint16_t)strlen(name);
-    memcpy(r.name, name, r.name_len);
-    return r;
-}
 
 struct Token {
     uint16_t kind;
@@ -97,8 +87,8 @@ protected:
     std::vector<char> script;     // the buffer of the last run (goto writes into it)
     std::string out;              // what echo wrote
     std::string line;             // the buffer get_token reads
-    KeywordRecord table[4] = {host_keyword(0, "echo", 1, 1), host_keyword(1, "hfail", 1, 1),
-                              host_keyword(2, "six", 6, 0), KeywordRecord{}};
+    KeywordRecord table[4] = {function_record(0, "echo", 1, 1), function_record(1, "hfail", 1, 1),
+                              function_record(2, "six", 6, 0), KeywordRecord{}};
 
     void SetUp() override {
         use_heap(HEAP_MAX_SIZE);

@@ -39,14 +39,7 @@ TEST_F(Items, EdgeCases) {
         {__LINE__, ITEMSORT, {"b\ta\t", ""}, "a\tb\t", 0},
     };
     for (auto& r : rows) {
-        Result got = call(r.id, r.args);
-        EXPECT_EQ(got.error, 0) << "row at line " << r.line;
-        EXPECT_EQ(got.has_text, r.text != nullptr) << "row at line " << r.line;
-        if (r.text) {
-            EXPECT_EQ(got.text, r.text) << "row at line " << r.line;
-        } else {
-            EXPECT_EQ(got.integer, r.integer) << "row at line " << r.line;
-        }
+        expect_row(call(r.id, r.args), r.line, 0, r.text, r.integer);
     }
 }
 

@@ -51,8 +51,8 @@ std::string run_file(const fs::path& file, bool replay) {
     ctx->vars = vars.data();
     ctx->var_capacity = 2000;
     std::string out;
-    KeywordRecord table[5] = {host_keyword(0, "tslrunquit", 0, 0), host_keyword(1, "tslrunversion", 0, 0),
-                              host_keyword(2, "echo", 1, 1), host_keyword(3, "itemizenull", 1, 1), KeywordRecord{}};
+    KeywordRecord table[5] = {function_record(0, "tslrunquit", 0, 0), function_record(1, "tslrunversion", 0, 0),
+                              function_record(2, "echo", 1, 1), function_record(3, "itemizenull", 1, 1), KeywordRecord{}};
     ctx->host_table = table;
     ctx->host_proc = script_host;
     ctx->host_value = (intptr_t)&out;
@@ -108,7 +108,7 @@ TEST_F(LineTokensCases, RecordsNeverOutliveWhatTheyRelyOn) {
     EXPECT_EQ(out, "1\n");
     run("n = 0\r\n:loop\r\nn = n + 1\r\nif n < 3 then goto loop\r\ny = z\r\n");
     EXPECT_EQ(ctx->run_error, 3052) << "z only registered, in a line that ran once";
-    KeywordRecord other[2] = {host_keyword(0, "echox", 1, 1), KeywordRecord{}};
+    KeywordRecord other[2] = {function_record(0, "echox", 1, 1), KeywordRecord{}};
     ctx->host_table = other;
     run("Echo(1)\r\n");
     EXPECT_EQ(ctx->run_error, 3052) << "echo is no command of the new table: a name read, never assigned";

@@ -57,15 +57,7 @@ TEST_F(Strings, EdgeCases) {
         {__LINE__, STRREPLACE, {"abcabc", "abc", "abcabc"}, 0, "abcabcabcabc", 0},
     };
     for (const Row& r : rows) {
-        Result got = call(r.id, r.args);
-        EXPECT_EQ(got.error, r.error) << "row at line " << r.line;
-        if (r.error) continue;
-        EXPECT_EQ(got.has_text, r.text != nullptr) << "row at line " << r.line;
-        if (r.text) {
-            EXPECT_EQ(got.text, r.text) << "row at line " << r.line;
-        } else {
-            EXPECT_EQ(got.integer, r.integer) << "row at line " << r.line;
-        }
+        expect_row(call(r.id, r.args), r.line, r.error, r.text, r.integer);
     }
     EXPECT_EQ(text_of(STRFILL, {"-", 300}), std::string(300, '-'));
     EXPECT_LT(int_of(STRICMP, {"abc", "ABD"}), 0);
