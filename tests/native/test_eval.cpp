@@ -9,6 +9,13 @@
 namespace tsl {
 namespace {
 
+struct Row {
+    int line;
+    const char* expr;
+    uint16_t error;   // 0xFFFF: any error
+    int32_t value;
+};
+
 class Evaluator : public CoreTest {
 protected:
     void SetUp() override {
@@ -17,13 +24,20 @@ protected:
         var_set_text(ctx, "txt", "abc");
         var_set_text(ctx, "num", "12");
     }
-};
-
-struct Row {
-    int line;
-    const char* expr;
-    uint16_t error;
-    int32_t value;
+    // One table row: its error (or none and its value), and every heap text given back.
+    void check_row(const Row& r, bool integer_result = false) {
+        Eval e = eval(r.expr);
+        if (r.error == 0xFFFF) {
+            EXPECT_NE(e.error, 0) << "row at line " << r.line << ": " << r.expr;
+        } else {
+            EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr;
+        }
+        if (!e.error && !r.error) {
+            EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr;
+            if (integer_result) EXPECT_EQ(e.flags, (uint32_t)VF_INT) << "row at line " << r.line << ": results are integers";
+        }
+        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line << ": " << r.expr;
+    }
 };
 
 TEST_F(Evaluator, OperatorsPrecedenceAndAssociativity) {
@@ -71,15 +85,7 @@ TEST_F(Evaluator, OperatorsPrecedenceAndAssociativity) {
         {__LINE__, "@true + @yes", 0, 2},
         {__LINE__, "3 mod 3 mod 2", 0, 0},
     };
-    for (auto& r : rows) {
-        Eval e = eval(r.expr);
-        EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr;
-        if (!r.error) {
-            EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr;
-            EXPECT_EQ(e.flags, (uint32_t)VF_INT) << "row at line " << r.line << ": results are integers";
-        }
-        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line << ": " << r.expr;
-    }
+    for (auto& r : rows) check_row(r, true);
 }
 
 TEST_F(Evaluator, ArithmeticWraps) {
@@ -100,12 +106,7 @@ TEST_F(Evaluator, ArithmeticWraps) {
         {__LINE__, "5 mod 0", 3062, 0},
         {__LINE__, "0 / 0", 3062, 0},
     };
-    for (auto& r : rows) {
-        Eval e = eval(r.expr);
-        EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr;
-        if (!r.error) { EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr; }
-        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line;
-    }
+    for (auto& r : rows) check_row(r);
 }
 
 TEST_F(Evaluator, ComparisonsAreNumericFirstThenByCollation) {
@@ -133,12 +134,7 @@ TEST_F(Evaluator, ComparisonsAreNumericFirstThenByCollation) {
         {__LINE__, "Drop(zz) == 1", 3095, 0},    // a value with neither half
         {__LINE__, "1 <> Drop(zz)", 3095, 0},
     };
-    for (auto& r : rows) {
-        Eval e = eval(r.expr);
-        EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr;
-        if (!r.error) { EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr; }
-        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line << ": " << r.expr;
-    }
+    for (auto& r : rows) check_row(r);
 }
 
 TEST_F(Evaluator, TextOperandsMustLookLikeIntegers) {
@@ -155,12 +151,7 @@ TEST_F(Evaluator, TextOperandsMustLookLikeIntegers) {
         {__LINE__, "Drop(zz) + 1", 3057, 0},
         {__LINE__, "'1' << '2'", 0, 4},
     };
-    for (auto& r : rows) {
-        Eval e = eval(r.expr);
-        EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr;
-        if (!r.error) { EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr; }
-        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line << ": " << r.expr;
-    }
+    for (auto& r : rows) check_row(r);
 }
 
 TEST_F(Evaluator, PrimariesMakeTheirValues) {
@@ -265,13 +256,7 @@ TEST_F(Evaluator, FunctionCallSyntax) {
         {__LINE__, "StrCat('a', 'b' 'c')", 0xFFFF, 0},    // any error; texts must come back
         {__LINE__, "StrCat('a', 1 / 0)", 3062, 0},
     };
-    for (auto& r : rows) {
-        Eval e = eval(r.expr);
-        if (r.error == 0xFFFF) { EXPECT_NE(e.error, 0) << "row at line " << r.line << ": " << r.expr; }
-        else { EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr; }
-        if (!e.error) { EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr; }
-        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line << ": " << r.expr;
-    }
+    for (auto& r : rows) check_row(r);
     Eval e = eval("StrSub(txt, 2, 2)");
     EXPECT_EQ(e.text, "bc");
     EXPECT_EQ(e.leaked, 0);
@@ -294,10 +279,7 @@ TEST_F(Evaluator, DropAndIsDefinedErrors) {
     };
     for (auto& r : rows) {
         var_set_int(ctx, "five", 5);
-        Eval e = eval(r.expr);
-        EXPECT_EQ(e.error, r.error) << "row at line " << r.line << ": " << r.expr;
-        if (!r.error) { EXPECT_EQ(e.integer, r.value) << "row at line " << r.line << ": " << r.expr; }
-        EXPECT_EQ(e.leaked, 0) << "row at line " << r.line << ": " << r.expr;
+        check_row(r);
     }
     var_set_int(ctx, "five", 5);
     EXPECT_EQ(eval("Drop(five, 2)").error, 3102);
