@@ -11,6 +11,7 @@
 //   prefix      -> ("!" | "+" | "-" | "~") prefix | call | Drop(...) | IsDefined(...) | primary
 //   primary     -> "(" expression ")" | @constant | name | number | string
 #include "eval.h"
+#include "eval_ops.h"
 #include <cstring>
 #include "../functions/dispatch.h"
 #include "heap.h"
@@ -23,7 +24,7 @@ static void prefix(Context* ctx, Value* v);
 
 static inline bool is_op(const Context* ctx, int id) { return ctx->tok_kind == T_KEYWORD && ctx->tok_id == id; }
 
-static inline void free_text(Context* ctx, Value* v) {
+void free_text(Context* ctx, Value* v) {
     if (v->string) { heap_free(ctx->heap, v->string); v->string = 0; }
 }
 
@@ -41,7 +42,7 @@ static inline int32_t wrap_mul(int32_t a, int32_t b) { return (int32_t)((uint32_
 static int32_t divide(int32_t a, int32_t b) { return (b == -1) ? (int32_t)(0u - (uint32_t)a) : a / b; }
 static int32_t modulo(int32_t a, int32_t b) { return (b == -1) ? 0 : a % b; }
 
-static void apply_binary(Context* ctx, int op, Value* left, Value* right) {
+void apply_binary(Context* ctx, int op, Value* left, Value* right) {
     if (!value_to_integer(ctx, left) || !value_to_integer(ctx, right)) { fail(ctx, 3057); return; }
     int32_t a = left->integer, b = right->integer, r;
     switch (op) {
@@ -64,7 +65,7 @@ static void apply_binary(Context* ctx, int op, Value* left, Value* right) {
 
 // Comparisons are numeric when both sides read as integers, otherwise by
 // the platform's locale collation of the texts (case-sensitive).
-static void apply_compare(Context* ctx, int op, Value* left, Value* right) {
+void apply_compare(Context* ctx, int op, Value* left, Value* right) {
     int c;
     if (value_to_integer(ctx, left) && value_to_integer(ctx, right)) {
         c = left->integer < right->integer ? -1 : left->integer > right->integer ? 1 : 0;
@@ -88,10 +89,7 @@ static void apply_compare(Context* ctx, int op, Value* left, Value* right) {
     set_int_result(ctx, left, r);
 }
 
-// Binary operator levels, lowest first; 0 = not a binary operator.
-enum Level : uint8_t { L_NONE = 0, L_LOGICAL = 1, L_BITWISE, L_COMPARE, L_SHIFT, L_ADDITIVE, L_TERM };
-
-static uint8_t level_of(int id) {
+uint8_t level_of(int id) {
     switch (id) {
     case K_AND: case K_OR: return L_LOGICAL;
     case K_XOR: case K_BITAND: case K_BITOR: return L_BITWISE;
@@ -131,6 +129,29 @@ static void binary(Context* ctx, Value* v, uint8_t min_level) {
 
 static void logical(Context* ctx, Value* v) { binary(ctx, v, L_LOGICAL); }
 
+// A variable's value: a copy of its text, and the slot it came from.
+void load_variable(Context* ctx, uint16_t slot, const char* name, Value* v) {
+    if (slot == NO_VARIABLE || !(ctx->vars[slot].value.flags & 3)) slot = find_var(ctx, name);
+    if (ctx->error) return;
+    const Value& s = ctx->vars[slot].value;
+    *v = Value{s.integer, 0, slot, s.flags};
+    if (s.string) {
+        const char* text = heap_ptr(ctx->heap, s.string);
+        size_t len = strlen(text);
+        uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
+        if (!off) { fail(ctx, 3096); return; }
+        memcpy(heap_ptr(ctx->heap, off), text, len + 1);
+        v->string = off;
+    }
+}
+
+// A string literal: its text, and the literal mark as its integer half.
+void load_literal(Context* ctx, const char* text, Value* v) {
+    *v = Value{STRING_LITERAL_MARK, 0, NO_VARIABLE, 0};
+    if (!value_set_text(ctx, v, text)) return;
+    v->integer = STRING_LITERAL_MARK;
+}
+
 // primary -> "(" expression ")" | @constant | name | number | string
 static void primary(Context* ctx, Value* v) {
     switch (ctx->tok_kind) {
@@ -148,36 +169,23 @@ static void primary(Context* ctx, Value* v) {
         *v = Value{keyword_constant(*r), 0, NO_VARIABLE, VF_INT};
         break;
     }
-    case T_NAME: {
-        uint16_t slot = ctx->tok_slot;
-        if (slot == NO_VARIABLE || !(ctx->vars[slot].value.flags & 3)) slot = find_var(ctx, ctx->tok_text);
+    case T_NAME:
+        load_variable(ctx, ctx->tok_slot, ctx->tok_text, v);
         if (ctx->error) return;
-        const Value& s = ctx->vars[slot].value;
-        *v = Value{s.integer, 0, slot, s.flags};
-        if (s.string) {
-            const char* text = heap_ptr(ctx->heap, s.string);
-            size_t len = strlen(text);
-            uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
-            if (!off) { fail(ctx, 3096); return; }
-            memcpy(heap_ptr(ctx->heap, off), text, len + 1);
-            v->string = off;
-        }
         break;
-    }
     case T_NUMBER:
         *v = Value{text_to_integer(ctx->tok_text), 0, NO_VARIABLE, VF_INT};
         break;
     case T_STRING:
-        *v = Value{STRING_LITERAL_MARK, 0, NO_VARIABLE, 0};
-        if (!value_set_text(ctx, v, ctx->tok_text)) return;
-        v->integer = STRING_LITERAL_MARK;
+        load_literal(ctx, ctx->tok_text, v);
+        if (ctx->error) return;
         break;
     default: fail(ctx, 3061); return;
     }
     get_token(ctx);
 }
 
-static void free_args(Context* ctx, Value* args, int n) {
+void free_args(Context* ctx, Value* args, int n) {
     for (int i = 1; i <= n; ++i) free_text(ctx, &args[i]);
 }
 
@@ -245,6 +253,19 @@ static void variable_op(Context* ctx, Value* v, bool drop) {
     get_token(ctx);
 }
 
+void apply_unary(Context* ctx, int op, Value* v) {
+    if (!value_to_integer(ctx, v)) { fail(ctx, 3057); return; }
+    int32_t a = v->integer, r;
+    switch (op) {
+    case K_NOT: r = a == 0; break;
+    case K_PLUS: r = a; break;
+    case K_MINUS: r = (int32_t)(0u - (uint32_t)a); break;
+    case K_TILDE: r = ~a; break;
+    default: fail(ctx, 3064); return;
+    }
+    set_int_result(ctx, v, r);
+}
+
 // prefix -> ("!" | "+" | "-" | "~") prefix | call | variable op | primary
 static void prefix(Context* ctx, Value* v) {
     if (ctx->tok_kind == T_KEYWORD) {
@@ -254,16 +275,7 @@ static void prefix(Context* ctx, Value* v) {
             if (ctx->error) return;
             prefix(ctx, v);
             if (ctx->error) return;
-            if (!value_to_integer(ctx, v)) { fail(ctx, 3057); return; }
-            int32_t a = v->integer, r;
-            switch (id) {
-            case K_NOT: r = a == 0; break;
-            case K_PLUS: r = a; break;
-            case K_MINUS: r = (int32_t)(0u - (uint32_t)a); break;
-            case K_TILDE: r = ~a; break;
-            default: fail(ctx, 3064); return;
-            }
-            set_int_result(ctx, v, r);
+            apply_unary(ctx, id, v);
             return;
         }
         if (id == K_DROP || id == K_ISDEFINED) { variable_op(ctx, v, id == K_DROP); return; }

@@ -26,11 +26,9 @@ static inline void copy_token(Context* ctx, const char* from, unsigned len) {
 // A quoted literal: the opening quote decides the closing one. A doubled
 // quote stands for one quote only within the first four characters; at
 // most 256 characters are copied; the end of the line also ends it.
-static void read_literal(Context* ctx) {
-    const char* s = ctx->cursor;
+const char* scan_literal(const char* s, char* out) {
     char quote = *s++;
     unsigned n = 0;
-    char* out = ctx->tok_text;
     while (*s && n < SCRIPT_LINE_MAX) {
         if (*s == quote) {
             ++s;
@@ -41,7 +39,11 @@ static void read_literal(Context* ctx) {
         out[n++] = *s++;
     }
     out[n] = 0;
-    ctx->cursor = s;
+    return s;
+}
+
+static void read_literal(Context* ctx) {
+    ctx->cursor = scan_literal(ctx->cursor, ctx->tok_text);
     ctx->tok_kind = T_STRING;
 }
 

@@ -10,6 +10,9 @@ enum TokenKind : uint16_t { T_END = 0, T_KEYWORD = 1, T_NAME = 2, T_NUMBER = 3, 
 void get_token(Context* ctx);
 // Steps the cursor back over the token just read.
 void unget_token(Context* ctx);
+// Reads the quoted literal at s (its first byte is the quote) into out
+// (TOKEN_BUF bytes) and returns where it ends.
+const char* scan_literal(const char* s, char* out);
 // Reads one bare word (letters, digits, "@") as a kind-4 token with id -1.
 void read_word(Context* ctx);
 // Keyword lookup at the cursor; name_mode selects whole-word matching,

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <cstring>
 #include "lexer.h"
+#include "plan.h"
 #include "runloop.h"
 #include "vars.h"
 
@@ -14,12 +15,8 @@ const unsigned LINES = 64;        // lines remembered per context (direct-mapped
 const unsigned TOKENS = 48;       // tokens remembered per line
 const unsigned RAW_MAX = 320;     // script bytes of a line remembered for reading it again
 
-struct Token {
-    uint16_t start, end;          // the token's text and the cursor after it, as line offsets
-    uint16_t kind;
-    int16_t id;
-    uint16_t slot;                // a name's variable slot when it was last read
-};
+typedef RecordedToken Token;
+const unsigned PLANS = 2;         // statements of a line with a plan (the line's and one after "then")
 
 struct Line {
     const char* script;           // the script and reading position it was read at
@@ -30,6 +27,9 @@ struct Line {
     uint16_t raw_len;             // script bytes the line was read from (0: not remembered)
     int16_t start_off;            // where its text starts, from pos (-1: no text)
     uint8_t ntok;
+    uint8_t plain;                // the text holds no "%": substitution leaves it as it is
+    uint16_t plan_off[PLANS];     // where each planned statement starts (0xFFFF: none)
+    int16_t plan_ref[PLANS];
     char raw[RAW_MAX];
     char text[LINE_BUF];
     uint8_t at[LINE_BUF];         // at[offset]: 1 + the token read with the cursor there
@@ -38,7 +38,10 @@ struct Line {
 
 struct Cache {
     uint32_t next_serial;
+    Line* known;                  // the record the last line was read from, unless
+    uint32_t known_serial;        //   it has started afresh since
     Line line[LINES];
+    PlanPool plans;
 };
 
 inline Line* entry(Context* ctx) { return static_cast<Line*>(ctx->lex_entry); }
@@ -57,8 +60,10 @@ void reset(Cache* c, Line* e, const Context* ctx, const char* script, uint16_t p
     e->host = ctx->host_table;
     e->len = (uint16_t)len;
     memcpy(e->text, line, len + 1);
+    e->plain = memchr(line, '%', len) == nullptr;
     memset(e->at, 0, len + 1);
     e->ntok = 0;
+    for (unsigned k = 0; k < PLANS; ++k) { e->plan_off[k] = 0xFFFF; e->plan_ref[k] = 0; }
     e->serial = ++c->next_serial;
 }
 
@@ -75,11 +80,16 @@ void line_tokens_begin(Context* ctx, const char* script, uint16_t line_pos, cons
     Cache* c = static_cast<Cache*>(ctx->line_cache);
     if (!c) return;
     Line* e = slot_for(c, script, line_pos);
-    size_t len = strlen(line);
     bool same = e->script == script && e->pos == line_pos && e->generation == ctx->word_generation &&
-                e->count == g_keyword_count && e->host == ctx->host_table && e->len == len &&
-                memcmp(e->text, line, len) == 0;
+                e->count == g_keyword_count && e->host == ctx->host_table;
+    // A line just read from this record, and left as it was, is its text.
+    size_t len = 0;
+    if (same && !(c->known == e && c->known_serial == e->serial && e->plain)) {
+        len = strlen(line);
+        same = e->len == len && memcmp(e->text, line, len) == 0;
+    }
     if (!same) {
+        len = strlen(line);
         reset(c, e, ctx, script, line_pos, line, len);
         e->raw_len = 0;
     }
@@ -94,12 +104,15 @@ int line_tokens_read(Context* ctx, const char* script, uint32_t length, uint16_t
     if (!c) return read_line(script, length, pos, line_start, line);
     uint16_t p0 = *pos;
     Line* e = slot_for(c, script, p0);
+    c->known = nullptr;
     if (e->raw_len && e->script == script && e->pos == p0 && (uint32_t)p0 + e->raw_len <= length &&
         memcmp(script + p0, e->raw, e->raw_len) == 0) {
         memcpy(line, e->text, (size_t)e->len + 1);
         if (e->start_off >= 0) *line_start = (uint16_t)(p0 + e->start_off);
         *pos = (uint16_t)(p0 + e->raw_len);
-        return 1;
+        c->known = e;
+        c->known_serial = e->serial;
+        return e->plain ? 2 : 1;
     }
     if (!read_line(script, length, pos, line_start, line)) return 0;
     // Remember the bytes of a line that ended at CR, Ctrl+Z or the length
@@ -151,6 +164,34 @@ void line_tokens_record(Context* ctx, const char* from) {
     }
     e->tok[e->ntok++] = t;
     e->at[off] = e->ntok;
+}
+
+// The current line's record while it is still the one begun.
+static inline Line* valid_entry(Context* ctx) {
+    Line* e = entry(ctx);
+    if (e && e->serial != ctx->lex_serial) { ctx->lex_entry = nullptr; return nullptr; }
+    return e;
+}
+
+const RecordedToken* line_tokens_at(Context* ctx, unsigned offset) {
+    Line* e = valid_entry(ctx);
+    if (!e || offset > e->len || !e->at[offset]) return nullptr;
+    return &e->tok[e->at[offset] - 1];
+}
+
+int16_t* line_tokens_plan_ref(Context* ctx, unsigned offset) {
+    Line* e = valid_entry(ctx);
+    if (!e || offset > e->len) return nullptr;
+    for (unsigned k = 0; k < PLANS; ++k)
+        if (e->plan_off[k] == offset) return &e->plan_ref[k];
+    for (unsigned k = 0; k < PLANS; ++k)
+        if (e->plan_off[k] == 0xFFFF) { e->plan_off[k] = (uint16_t)offset; return &e->plan_ref[k]; }
+    return nullptr;
+}
+
+PlanPool* line_tokens_plan_pool(Context* ctx) {
+    Cache* c = static_cast<Cache*>(ctx->line_cache);
+    return c ? &c->plans : nullptr;
 }
 
 static bool g_enabled = true;

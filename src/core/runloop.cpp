@@ -55,7 +55,8 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
     int result = 1;
     for (;;) {
         uint16_t line_pos = *pos;
-        if (!line_tokens_read(ctx, script, length, pos, line_start, line)) break;
+        int got = line_tokens_read(ctx, script, length, pos, line_start, line);
+        if (!got) break;
         result = -1;
         plat_break_test(ctx);
         if (!ctx->exclusive) plat_pump_messages(ctx);
@@ -66,7 +67,7 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
         }
         ctx->run_line_start = *line_start;
         if (!line[0] || line[0] == ';') { result = 1; continue; }
-        int sub = substitute_variables(ctx, line);
+        int sub = got == 2 ? 1 : substitute_variables(ctx, line);
         if (!sub) {
             bounded_copy(ctx, ctx->error_text, line, sizeof ctx->error_text);
             uint16_t err = ctx->error;

@@ -7,6 +7,7 @@
 #include "heap.h"
 #include "lexer.h"
 #include "messages.h"
+#include "plan.h"
 #include "report.h"
 #include "runloop.h"
 
@@ -63,18 +64,36 @@ static int carry_out_rest(Context* ctx, char* line, ScriptPlace* place, bool fro
     return carry_out(ctx, line, rest, place, from_outside);
 }
 
+// After the condition: its value decides, and the rest of the line runs
+// when it is true.
+static int if_decided(Context* ctx, Value* v, char* line, ScriptPlace* place, bool from_outside) {
+    if (!ctx->error && !value_to_integer(ctx, v)) fail(ctx, 3057);
+    value_free(ctx, v);
+    if (ctx->error) return 0;
+    ctx->last_if = v->integer != 0;
+    if (!ctx->last_if) return 1;
+    return carry_out_rest(ctx, line, place, from_outside);
+}
+
 static int stmt_if(Context* ctx, char* line, ScriptPlace* place, bool from_outside) {
     get_token(ctx);
     if (ctx->error) return 0;
     Value v{0, 0, NO_VARIABLE, 0};
     eval_expression(ctx, &v);
     if (!ctx->error && !(ctx->tok_kind == T_KEYWORD && ctx->tok_id == K_THEN)) fail(ctx, 3072);
-    if (!ctx->error && !value_to_integer(ctx, &v)) fail(ctx, 3057);
-    value_free(ctx, &v);
-    if (ctx->error) return 0;
-    ctx->last_if = v.integer != 0;
-    if (!ctx->last_if) return 1;
-    return carry_out_rest(ctx, line, place, from_outside);
+    return if_decided(ctx, &v, line, place, from_outside);
+}
+
+// A statement with a plan: the same steps without reading its tokens.
+static int run_plan(Context* ctx, const PlanNode* plan, char* line, ScriptPlace* place, bool from_outside) {
+    if (plan->kind != N_IF) {
+        plan_eval(ctx, plan, &ctx->result);
+        return ctx->error ? 0 : 1;
+    }
+    Value v{0, 0, NO_VARIABLE, 0};
+    plan_eval(ctx, plan_condition(ctx, plan), &v);
+    ctx->cursor = ctx->lex_line + plan->value;
+    return if_decided(ctx, &v, line, place, from_outside);
 }
 
 static int stmt_goto(Context* ctx, char* line, char* stmt, ScriptPlace* place, bool from_outside) {
@@ -112,6 +131,10 @@ static int carry_out(Context* ctx, char* line, char* stmt, ScriptPlace* place, b
         for (int k = 1; k <= 4; ++k) p = (uint16_t)(p << 4 | ((unsigned char)stmt[k] & 15));
         *place->pos = p;
         return 1;
+    }
+    if (ctx->lex_entry) {
+        const PlanNode* plan = plan_find(ctx, stmt);
+        if (plan) return run_plan(ctx, plan, line, place, from_outside);
     }
     ctx->cursor = stmt;
     get_token(ctx);
