@@ -17,6 +17,9 @@
 #include "core/runloop.h"
 #include "core/vars.h"
 
+// The failure note of a table row that records its source line.
+#define AT_ROW(r) "row at line " << (r).line << " "
+
 namespace tsl {
 
 inline uint32_t heap_word(const uint8_t* h, uint32_t at) {
@@ -27,7 +30,6 @@ inline std::string heap_tag(const uint8_t* h, uint32_t at) { return std::string(
 // Walks a heap of `size` bytes block by block and along its free list.
 // Returns "" when whole, else what is wrong and where.
 inline std::string heap_check(const uint8_t* h, uint32_t size) {
-    std::string bad;
     uint32_t b = 40, free_blocks = 0, total = 0;
     bool prev_free = false;
     while (b < size - 12) {
@@ -71,7 +73,6 @@ inline int32_t core_host(PHandle, intptr_t host_value, int32_t, int32_t command,
     }
 }
 
-
 struct Token {
     uint16_t kind;
     int16_t id;
@@ -97,12 +98,9 @@ protected:
         ctx->host_proc = core_host;
         ctx->host_value = (intptr_t)&out;
         ctx->exclusive = 1;
-        plat_set_console_mode(false);
         plat_native_set_no_sleep(true);
-        plat_native_set_box_answer(0);
-        plat_native_set_dbcs(false);
-        plat_native_break_after(0);
-        plat_native_take_boxes();
+        TearDown();
+        plat_set_console_mode(false);
     }
     void TearDown() override {
         plat_set_console_mode(true);
@@ -110,6 +108,7 @@ protected:
         plat_native_set_dbcs(false);
         plat_native_break_after(0);
         plat_native_take_boxes();
+        plat_native_clear_profiles();
     }
 
     void use_heap(uint32_t size) {
@@ -117,6 +116,7 @@ protected:
         heap_init(heap.data(), size);
         ctx->heap = heap.data();
         ctx->heap_size = size;
+        ctx->error = 0;
     }
     void use_vars(uint16_t capacity) {
         vars.assign(capacity, VarSlot{});
@@ -162,23 +162,23 @@ protected:
         if (!ctx->error) eval_expression(ctx, &v);
         Eval r{ctx->error, v.integer, v.flags, v.string ? value_text(ctx, v) : "", v.source, 0};
         if (v.string) heap_free(ctx->heap, v.string);
-        // Variables keep copies of their texts: count those as free.
         r.leaked = (int32_t)before - (int32_t)(free_bytes() + var_text_bytes());
         return r;
     }
+    // Heap bytes held by the variables' texts.
     uint32_t var_text_bytes() {
         uint32_t kept = 0;
         for (unsigned i = 0; i < ctx->var_count; ++i)
             if (vars[i].value.string) kept += heap_word(heap.data(), vars[i].value.string - 4u);
         return kept;
     }
+    uint32_t heap_in_use() { return (uint32_t)heap.size() - 52 - free_bytes() - var_text_bytes(); }
 
     // Runs a script through run_script in a writable buffer of our own.
     void run(const std::string& text) {
         script.assign(text.begin(), text.end());
         script.push_back(0);
-        out.clear();
-        run_script(ctx, script.data());
+        rerun();
     }
     void rerun() {
         out.clear();

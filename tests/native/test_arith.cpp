@@ -12,12 +12,10 @@ struct Arith : ValueTest { Arith() : ValueTest(kFamilyArith) {} };
 
 TEST_F(Arith, EdgeCases) {
     struct { int line; int id; Arg arg; const char* text; int32_t integer; } rows[] = {
-        {__LINE__, ABS, 0, nullptr, 0},
         {__LINE__, ABS, INT32_MIN, nullptr, INT32_MIN},   // wraps: stays itself
         {__LINE__, ABS, -INT32_MAX, nullptr, INT32_MAX},
         {__LINE__, ISNUMBER, "\t42", nullptr, 0},
         {__LINE__, ISNUMBER, "+7", nullptr, 1},
-        {__LINE__, ISNUMBER, "abc", nullptr, 0},
         {__LINE__, ISNUMBER, "99999999999", nullptr, 1},
         {__LINE__, CHAR2NUM, "\xff", nullptr, 255},
         {__LINE__, CHAR2NUM, "\x88\x9f", nullptr, 0x88},   // no double-byte code page
@@ -26,20 +24,17 @@ TEST_F(Arith, EdgeCases) {
         {__LINE__, NUM2CHAR, 256, "", 0},                  // the NUL byte ends the text
         {__LINE__, RANDOM, -1, nullptr, 0},                // the divisor would be 0
     };
-    for (auto& r : rows) {
-        expect_row(call(r.id, {r.arg}), r.line, 0, r.text, r.integer);
-    }
+    for (auto& r : rows) expect_row(call(r.id, {r.arg}), r.line, 0, r.text, r.integer);
 }
 
 TEST_F(Arith, DoubleByteCharacters) {
     plat_native_set_dbcs(true);
-    EXPECT_EQ(int_of(CHAR2NUM, {"\x88\x9f"}), 0x889f);
     EXPECT_EQ(int_of(CHAR2NUM, {"\x88\x9f" "abc"}), 0x889f);
     EXPECT_EQ(int_of(CHAR2NUM, {"A\x88"}), 65);
-    EXPECT_EQ(text_of(NUM2CHAR, {0x889f}), "\x88\x9f");
     EXPECT_EQ(text_of(NUM2CHAR, {0x4141}), "A");          // 0x41 is no lead byte
-    for (int lead : {0x81, 0x9f, 0xe0, 0xfc}) {            // round trips at the lead ranges' ends
-        int code = lead * 256 + 0x40;
+    for (int lead : {0x81, 0x88, 0x9f, 0xe0, 0xfc}) {      // round trips at the lead ranges' ends
+        int code = lead * 256 + 0x9f;
+        EXPECT_EQ(text_of(NUM2CHAR, {code}), std::string(1, (char)lead) + "\x9f") << "code " << code;
         EXPECT_EQ(int_of(CHAR2NUM, {text_of(NUM2CHAR, {code})}), code) << "code " << code;
     }
 }

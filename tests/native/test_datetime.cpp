@@ -83,26 +83,19 @@ struct Clock : ValueTest {
     }
 };
 
-TEST_F(Clock, DateTimeMatchesTheClockUnderEachSetting) {
-    for (int idate : {0, 1, 2}) {
-        for (int itime : {0, 1}) {
-            plat_native_set_profile("", "intl", "iDate", std::to_string(idate).c_str());
-            plat_native_set_profile("", "intl", "iTime", std::to_string(itime).c_str());
-            LocalTime t;
-            std::string got = at_steady_time(DATETIME, &t);
-            IntlClock s = defaults();
-            s.idate = idate;
-            s.itime = itime;
-            EXPECT_EQ(got, format(t, s)) << "iDate " << idate << " iTime " << itime;
-        }
-    }
-}
-
-TEST_F(Clock, GetExactTimeMatchesTheClock) {
-    plat_native_set_profile("", "intl", "sTime", ".");
-    plat_native_set_profile("", "intl", "iTime", "0");   // not read: always 24-hour
+// DateTime under a non-default setting, GetExactTime (always 24-hour).
+TEST_F(Clock, BothMatchTheClock) {
+    for (auto& kv : {std::make_pair("iDate", "2"), std::make_pair("iTime", "1"), std::make_pair("sTime", ".")})
+        plat_native_set_profile("", "intl", kv.first, kv.second);
     LocalTime t;
-    std::string got = at_steady_time(GETEXACTTIME, &t);
+    std::string got = at_steady_time(DATETIME, &t);
+    IntlClock s = defaults();
+    s.idate = 2;
+    s.itime = 1;
+    s.stime = '.';
+    EXPECT_EQ(got, format(t, s));
+    plat_native_set_profile("", "intl", "iTime", "0");
+    got = at_steady_time(GETEXACTTIME, &t);
     char expect[32];
     snprintf(expect, sizeof expect, "%02d.%02d.%02d.%02d", t.hour, t.minute, t.second, t.millis / 10);
     EXPECT_EQ(got, expect);

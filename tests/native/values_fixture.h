@@ -1,14 +1,9 @@
 // Calls the value functions directly, with arguments made as the dispatcher
-// hands them over (texts in the heap, integers), in a context with a heap of
-// its own; every call must give back all the heap it took apart from its result.
+// hands them over (texts in the heap, integers), in the core fixture's
+// context; every call must give back all the heap it took apart from its result.
 #pragma once
-#include <gtest/gtest.h>
-#include <memory>
-#include <string>
-#include <vector>
-#include "core/context.h"
-#include "core/heap.h"
-#include "core/plat_native_control.h"
+#include <random>
+#include "core_fixture.h"
 #include "functions/families.h"
 
 namespace tsl {
@@ -22,37 +17,22 @@ struct Arg {
     Arg(int32_t n) : is_text(false), integer(n) {}
 };
 
-// A small linear congruential generator for the randomized checks.
-struct Lcg {
-    unsigned x;
-    unsigned operator()(unsigned n) { x = x * 1103515245u + 12345u; return (x >> 16) % n; }
-};
-
-class ValueTest : public ::testing::Test {
+class ValueTest : public CoreTest {
 protected:
     explicit ValueTest(const FunctionFamily& f) : family(&f) {}
     const FunctionFamily* family;
-    std::unique_ptr<Context> ctx_holder{new Context()};
-    Context* ctx = ctx_holder.get();
-    std::unique_ptr<uint8_t[]> heap{new uint8_t[HEAP_MAX_SIZE]};
 
-    void SetUp() override { use_heap(HEAP_MAX_SIZE); plat_native_set_dbcs(false); }
-    void TearDown() override { plat_native_set_dbcs(false); plat_native_clear_profiles(); }
-    void use_heap(uint32_t size) {
-        heap_init(heap.get(), size);
-        ctx->heap = heap.get();
-        ctx->heap_size = size;
-        ctx->error = 0;
+    FunctionImpl find(int id) {
+        for (unsigned i = 0; i < family->count; i++)
+            if (family->entries[i].id == id) return family->entries[i].fn;
+        ADD_FAILURE() << "function " << id << " is not in its family";
+        return nullptr;
     }
-
     struct Result { uint16_t error; int32_t integer; bool has_text; std::string text; };
     Result call(int id, const std::vector<Arg>& list) {
-        FunctionImpl fn = nullptr;
-        for (unsigned i = 0; i < family->count; i++)
-            if (family->entries[i].id == id) fn = family->entries[i].fn;
-        EXPECT_NE(fn, nullptr) << "function " << id << " is in its family";
+        FunctionImpl fn = find(id);
         if (!fn) return Result{9999, 0, false, ""};
-        uint32_t free_before = heap_free_bytes(heap.get());
+        uint32_t free_before = free_bytes();
         Value args[MAX_ARGS + 1] = {};
         int n = 1;
         for (const Arg& a : list) {
@@ -68,18 +48,18 @@ protected:
         if (ctx->error) { EXPECT_EQ(result.string, 0) << "a failed call leaves no result text"; }
         value_free(ctx, &result);
         for (int k = 1; k < n; k++) value_free(ctx, &args[k]);
-        EXPECT_EQ(heap_free_bytes(heap.get()), free_before) << "function " << id << " leaks heap";
+        EXPECT_EQ(free_bytes(), free_before) << "function " << id << " leaks heap";
         return r;
     }
     // One table row's check: the error, then a text or an integer result.
-    void expect_row(const Result& got, int line, uint16_t error, const char* text, int32_t integer) {
-        EXPECT_EQ(got.error, error) << "row at line " << line;
+    void expect_row(const Result& got, int at, uint16_t error, const char* text, int32_t integer) {
+        EXPECT_EQ(got.error, error) << "row at line " << at;
         if (error) return;
-        EXPECT_EQ(got.has_text, text != nullptr) << "row at line " << line;
+        EXPECT_EQ(got.has_text, text != nullptr) << "row at line " << at;
         if (text) {
-            EXPECT_EQ(got.text, text) << "row at line " << line;
+            EXPECT_EQ(got.text, text) << "row at line " << at;
         } else {
-            EXPECT_EQ(got.integer, integer) << "row at line " << line;
+            EXPECT_EQ(got.integer, integer) << "row at line " << at;
         }
     }
     std::string text_of(int id, const std::vector<Arg>& a) {
