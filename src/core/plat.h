@@ -33,6 +33,8 @@ bool plat_dbcs_enabled();                     // SM_DBCSENABLED, read once
 bool plat_is_lead_byte(unsigned char c);      // IsDBCSLeadByte (false without DBCS)
 const char* plat_char_next(const char* p);    // CharNextA: steps one character
 int plat_compare(const char* a, const char* b);      // lstrcmpA
+// Whether plat_compare(a, b) would be 0, often without asking the system.
+bool plat_texts_equal(const char* a, const char* b);
 int plat_compare_nocase(const char* a, const char* b);  // lstrcmpiA
 void plat_upper(char* s);                     // CharUpperA in place
 void plat_lower(char* s);                     // CharLowerA in place

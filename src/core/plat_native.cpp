@@ -57,6 +57,7 @@ const char* plat_char_next(const char* p) {
     return p + 1;
 }
 int plat_compare(const char* a, const char* b) { return strcmp(a, b); }
+bool plat_texts_equal(const char* a, const char* b) { return strcmp(a, b) == 0; }
 int plat_compare_nocase(const char* a, const char* b) { return strcasecmp(a, b); }
 void plat_upper(char* s) {
     for (; *s; s = (char*)plat_char_next(s))
