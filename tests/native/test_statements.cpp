@@ -2,9 +2,6 @@
 // what the script tests cannot reach: the run's results, goto's cache bytes
 // in the script buffer, boxes answered with Cancel, moderate errors, the
 // user break, state carried between runs, small heaps, Call's size limit.
-#include <sys/stat.h>
-#include <unistd.h>
-#include <cstdio>
 #include <fstream>
 #include "core/line_tokens.h"
 #include "core/report.h"

@@ -47,7 +47,7 @@ TEST_F(Values, ToIntegerFollowsTheNumberTest) {
     EXPECT_EQ(none.integer, 77) << "a value with neither half is left alone";
 }
 
-TEST_F(Values, ToStringRendersAndDropsTheHandleBit) {
+TEST_F(Values, TextsOfValues) {
     uint32_t before = free_bytes();
     Value v{-42, 0, 7, VF_INT | VF_HANDLE};
     ASSERT_EQ(value_to_string(ctx, &v), 1);
@@ -57,11 +57,21 @@ TEST_F(Values, ToStringRendersAndDropsTheHandleBit) {
     uint16_t off = v.string;
     EXPECT_EQ(value_to_string(ctx, &v), 1);
     EXPECT_EQ(v.string, off) << "a text value keeps its text";
+    ASSERT_TRUE(value_set_text(ctx, &v, "second"));
+    EXPECT_STREQ(value_text(ctx, v), "second");
+    EXPECT_EQ(v.flags, (uint32_t)VF_STR);
+    char* p = value_alloc_text(ctx, &v, 0);
+    ASSERT_NE(p, nullptr);
+    EXPECT_STREQ(p, "") << "a fresh text starts empty";
     value_free(ctx, &v);
+    EXPECT_EQ(v.string + v.flags, 0u);
     Value none{1, 0, NO_VARIABLE, 0};
     EXPECT_EQ(value_to_string(ctx, &none), 0);
     EXPECT_EQ(ctx->error, 0);
-    EXPECT_EQ(free_bytes(), before);
+    EXPECT_EQ(free_bytes(), before) << "every replaced text was freed";
+    EXPECT_STREQ(value_text(ctx, Value{0, 0, NO_VARIABLE, VF_STR}), "") << "no text offset reads as empty";
+    EXPECT_EQ(value_alloc_text(ctx, &v, HEAP_MAX_SIZE + 1), nullptr);
+    EXPECT_EQ(ctx->error, 3096);
     // On a full heap: 3096, and the value stays an integer.
     use_heap(200);
     while (heap_alloc(ctx->heap, 0)) {}
@@ -84,24 +94,6 @@ TEST_F(Values, IntegerToTextInRadix10And36) {
         EXPECT_STREQ(integer_to_text(r.n, buf, r.radix), r.text) << AT_ROW(r);
         EXPECT_EQ(buf[31], 'x') << AT_ROW(r) << "at most 31 bytes written";
     }
-}
-
-TEST_F(Values, SetAndAllocTextReplaceTheOldText) {
-    uint32_t before = free_bytes();
-    Value v = value_int(9);
-    ASSERT_TRUE(value_set_text(ctx, &v, "first"));
-    ASSERT_TRUE(value_set_text(ctx, &v, "second"));
-    EXPECT_STREQ(value_text(ctx, v), "second");
-    EXPECT_EQ(v.flags, (uint32_t)VF_STR);
-    char* p = value_alloc_text(ctx, &v, 0);
-    ASSERT_NE(p, nullptr);
-    EXPECT_STREQ(p, "") << "a fresh text starts empty";
-    value_free(ctx, &v);
-    EXPECT_EQ(v.string + v.flags, 0u);
-    EXPECT_EQ(free_bytes(), before);
-    EXPECT_EQ(value_alloc_text(ctx, &v, HEAP_MAX_SIZE + 1), nullptr);
-    EXPECT_EQ(ctx->error, 3096);
-    EXPECT_STREQ(value_text(ctx, Value{0, 0, NO_VARIABLE, VF_STR}), "") << "no text offset reads as empty";
 }
 
 // Copy and append into an 8-byte buffer: lengths count in their low 16 bits
