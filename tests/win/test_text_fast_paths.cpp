@@ -184,10 +184,11 @@ TEST_F(TextFastPathsDll, CaseMappingIsTheSystemsForAnyText) {
     }
 }
 
-// The DLL's strlen, strchr and memcmp through the functions that use them:
-// StrLen of texts of every length up to 100 at heap places shifted by a
-// pad, ItemLocate among items that differ from the wanted one in a single
-// byte at each place, "%" found at every column of a line.
+// The DLL's strlen, strchr, memcmp and memcpy through the functions that
+// use them: StrLen and StrSub of texts of every length up to 100 (at heap
+// places shifted by a pad for StrLen), ItemLocate among items that differ
+// from the wanted one in a single byte at each place, "%" found at every
+// column of a line.
 TEST_F(TextFastPathsDll, TextScansOfEveryLengthAndPlace) {
     std::string t;
     for (int i = 0; i < 130; i++) t += (char)(i % 3 ? 'a' + i % 26 : 0xA1 + i % 60);
@@ -197,6 +198,10 @@ TEST_F(TextFastPathsDll, TextScansOfEveryLengthAndPlace) {
                                 "s = StrSub(t, 2, n)", "if StrLen(s) != n then bad = StrCat(bad, k, \"/\", n, \" \")",
                                 "n = n + 1", "if n <= 100 then goto len", "k = k + 1", "if k < 16 then goto start"})));
     EXPECT_EQ("", host.get("bad"));
+    std::string copies;
+    for (int n = 0; n <= 100; n++) copies += "s" + std::to_string(n) + " = StrSub(t, 2, " + std::to_string(n) + ")\r\n";
+    ASSERT_EQ(1, host.run(copies));
+    for (int n = 0; n <= 100; n++) EXPECT_EQ(shown(t.substr(1, n)), shown(host.get(("s" + std::to_string(n)).c_str())));
 
     for (size_t len : {1, 7, 15, 16, 17, 31, 32, 33, 47}) {
         std::string want = t.substr(3, len), list;
