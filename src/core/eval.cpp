@@ -42,24 +42,41 @@ static inline int32_t wrap_mul(int32_t a, int32_t b) { return (int32_t)((uint32_
 static int32_t divide(int32_t a, int32_t b) { return (b == -1) ? (int32_t)(0u - (uint32_t)a) : a / b; }
 static int32_t modulo(int32_t a, int32_t b) { return (b == -1) ? 0 : a % b; }
 
+uint16_t integer_binary(int op, int32_t a, int32_t b, int32_t* r) {
+    switch (op) {
+    case K_AND: *r = (a && b) ? 1 : 0; return 0;
+    case K_OR: *r = (a || b) ? 1 : 0; return 0;
+    case K_BITAND: *r = a & b; return 0;
+    case K_BITOR: *r = a | b; return 0;
+    case K_XOR: *r = a ^ b; return 0;
+    case K_SHL: *r = (int32_t)((uint32_t)a << (b & 31)); return 0;
+    case K_SHR: *r = a >> (b & 31); return 0;
+    case K_PLUS: *r = wrap_add(a, b); return 0;
+    case K_MINUS: *r = wrap_sub(a, b); return 0;
+    case K_MUL: *r = wrap_mul(a, b); return 0;
+    case K_DIV: if (!b) return 3062; *r = divide(a, b); return 0;
+    case K_MOD: if (!b) return 3062; *r = modulo(a, b); return 0;
+    default: return 3063;
+    }
+}
+
+uint16_t compare_outcome(int op, int c, int32_t* r) {
+    switch (op) {
+    case K_EQ: *r = c == 0; return 0;
+    case K_NE: case K_LTGT: *r = c != 0; return 0;
+    case K_LT: *r = c < 0; return 0;
+    case K_LE: *r = c <= 0; return 0;
+    case K_GT: *r = c > 0; return 0;
+    case K_GE: *r = c >= 0; return 0;
+    default: return 3063;
+    }
+}
+
 void apply_binary(Context* ctx, int op, Value* left, Value* right) {
     if (!value_to_integer(ctx, left) || !value_to_integer(ctx, right)) { fail(ctx, 3057); return; }
-    int32_t a = left->integer, b = right->integer, r;
-    switch (op) {
-    case K_AND: r = (a && b) ? 1 : 0; break;
-    case K_OR: r = (a || b) ? 1 : 0; break;
-    case K_BITAND: r = a & b; break;
-    case K_BITOR: r = a | b; break;
-    case K_XOR: r = a ^ b; break;
-    case K_SHL: r = (int32_t)((uint32_t)a << (b & 31)); break;
-    case K_SHR: r = a >> (b & 31); break;
-    case K_PLUS: r = wrap_add(a, b); break;
-    case K_MINUS: r = wrap_sub(a, b); break;
-    case K_MUL: r = wrap_mul(a, b); break;
-    case K_DIV: if (!b) { fail(ctx, 3062); return; } r = divide(a, b); break;
-    case K_MOD: if (!b) { fail(ctx, 3062); return; } r = modulo(a, b); break;
-    default: fail(ctx, 3063); return;
-    }
+    int32_t r;
+    uint16_t error = integer_binary(op, left->integer, right->integer, &r);
+    if (error) { fail(ctx, error); return; }
     set_int_result(ctx, left, r);
 }
 
@@ -76,16 +93,9 @@ void apply_compare(Context* ctx, int op, Value* left, Value* right) {
         }
         c = plat_compare(value_text(ctx, *left), value_text(ctx, *right));
     }
-    int r;
-    switch (op) {
-    case K_EQ: r = c == 0; break;
-    case K_NE: case K_LTGT: r = c != 0; break;
-    case K_LT: r = c < 0; break;
-    case K_LE: r = c <= 0; break;
-    case K_GT: r = c > 0; break;
-    case K_GE: r = c >= 0; break;
-    default: fail(ctx, 3063); return;
-    }
+    int32_t r;
+    uint16_t error = compare_outcome(op, c, &r);
+    if (error) { fail(ctx, error); return; }
     set_int_result(ctx, left, r);
 }
 
@@ -135,14 +145,7 @@ void load_variable(Context* ctx, uint16_t slot, const char* name, Value* v) {
     if (ctx->error) return;
     const Value& s = ctx->vars[slot].value;
     *v = Value{s.integer, 0, slot, s.flags};
-    if (s.string) {
-        const char* text = heap_ptr(ctx->heap, s.string);
-        size_t len = strlen(text);
-        uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
-        if (!off) { fail(ctx, 3096); return; }
-        memcpy(heap_ptr(ctx->heap, off), text, len + 1);
-        v->string = off;
-    }
+    if (s.string) v->string = value_copy_text(ctx, s.string);
 }
 
 // A string literal: its text, and the literal mark as its integer half.

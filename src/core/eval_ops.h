@@ -14,6 +14,10 @@ uint8_t level_of(int id);
 // comparisons: the result replaces `left`; `right` is left for the caller to free.
 void apply_binary(Context* ctx, int op, Value* left, Value* right);
 void apply_compare(Context* ctx, int op, Value* left, Value* right);
+// The same on plain integers: 0 with the result in *r, or the error
+// number; the comparison from the order c (below 0, 0, above 0).
+uint16_t integer_binary(int op, int32_t a, int32_t b, int32_t* r);
+uint16_t compare_outcome(int op, int c, int32_t* r);
 // "!", "+", "-" and "~" on a value already evaluated.
 void apply_unary(Context* ctx, int op, Value* v);
 // A variable's value by its slot (NO_VARIABLE or an undefined slot: by name).

@@ -2,6 +2,7 @@
 #include "line_tokens.h"
 #include <cstdlib>
 #include <cstring>
+#include "bytes.h"
 #include "lexer.h"
 #include "plan.h"
 #include "runloop.h"
@@ -85,8 +86,8 @@ void line_tokens_begin(Context* ctx, const char* script, uint16_t line_pos, cons
     // A line just read from this record, and left as it was, is its text.
     size_t len = 0;
     if (same && !(c->known == e && c->known_serial == e->serial && e->plain)) {
-        len = strlen(line);
-        same = e->len == len && memcmp(e->text, line, len) == 0;
+        len = text_length(line);
+        same = e->len == len && bytes_equal(e->text, line, len);
     }
     if (!same) {
         len = strlen(line);
@@ -106,8 +107,8 @@ int line_tokens_read(Context* ctx, const char* script, uint32_t length, uint16_t
     Line* e = slot_for(c, script, p0);
     c->known = nullptr;
     if (e->raw_len && e->script == script && e->pos == p0 && (uint32_t)p0 + e->raw_len <= length &&
-        memcmp(script + p0, e->raw, e->raw_len) == 0) {
-        memcpy(line, e->text, (size_t)e->len + 1);
+        bytes_equal(script + p0, e->raw, e->raw_len)) {
+        bytes_copy(line, e->text, (size_t)e->len + 1);
         if (e->start_off >= 0) *line_start = (uint16_t)(p0 + e->start_off);
         *pos = (uint16_t)(p0 + e->raw_len);
         c->known = e;

@@ -262,6 +262,46 @@ uint16_t name_slot(Context* ctx, PlanNode& n, const char* name) {
     return n.slot;
 }
 
+// An operand that is a number, or a variable holding an integer alone
+// (no text), needs no value record. A name is registered on the way,
+// which later steps repeat without effect.
+enum Plain { PLAIN, NOT_PLAIN, PLAIN_FAILED };
+
+inline Plain plain_operand(Context* ctx, PlanPool* pool, PlanNode& n, int32_t* x, Value* as_value) {
+    if (n.kind == N_NUMBER) {
+        *x = n.value;
+        *as_value = Value{n.value, 0, NO_VARIABLE, VF_INT};
+        return PLAIN;
+    }
+    if (n.kind != N_NAME) return NOT_PLAIN;
+    uint16_t slot = name_slot(ctx, n, pool->texts + n.text);
+    if (ctx->error) return PLAIN_FAILED;
+    const Value& s = ctx->vars[slot].value;
+    if (s.flags != VF_INT || s.string) return NOT_PLAIN;
+    *x = s.integer;
+    *as_value = Value{s.integer, 0, slot, VF_INT};
+    return PLAIN;
+}
+
+// A binary operator on two plain operands, as the general walk would do
+// it; false (leaving the general walk to do it) for anything else,
+// division by zero included.
+bool plain_binary(Context* ctx, PlanPool* pool, PlanNode& n, Value* v) {
+    int32_t x, y, r;
+    Value left, right;
+    Plain k = plain_operand(ctx, pool, pool->node[n.a], &x, &left);
+    if (k == PLAIN_FAILED) return true;
+    if (k == NOT_PLAIN) return false;
+    k = plain_operand(ctx, pool, pool->node[n.b], &y, &right);
+    if (k == PLAIN_FAILED) { *v = left; return true; }
+    if (k == NOT_PLAIN) return false;
+    uint16_t error = n.count == L_COMPARE ? compare_outcome(n.id, x < y ? -1 : x > y ? 1 : 0, &r)
+                                          : integer_binary(n.id, x, y, &r);
+    if (error) return false;
+    *v = Value{r, 0, NO_VARIABLE, VF_INT};
+    return true;
+}
+
 void walk(Context* ctx, PlanPool* pool, uint16_t at, Value* v) {
     PlanNode& n = pool->node[at];
     switch (n.kind) {
@@ -279,6 +319,7 @@ void walk(Context* ctx, PlanPool* pool, uint16_t at, Value* v) {
         if (!ctx->error) apply_unary(ctx, n.id, v);
         return;
     case N_BINARY: {
+        if (plain_binary(ctx, pool, n, v)) return;
         walk(ctx, pool, n.a, v);
         if (ctx->error) return;
         Value right{0, 0, NO_VARIABLE, 0};

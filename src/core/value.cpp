@@ -2,6 +2,7 @@
 #include "value.h"
 #include <cstring>
 #include "context.h"
+#include "bytes.h"
 #include "heap.h"
 
 namespace tsl {
@@ -13,10 +14,10 @@ int value_to_string(Context* ctx, Value* v) {
     if (!(v->flags & VF_INT)) return 0;
     char buf[40];
     integer_to_text(v->integer, buf, 10);
-    unsigned len = (unsigned)strlen(buf);
+    unsigned len = (unsigned)text_length(buf);
     uint16_t off = heap_alloc(ctx->heap, len + 1);
     if (!off) return fail(ctx, 3096);
-    memcpy(heap_ptr(ctx->heap, off), buf, len + 1);
+    bytes_copy(heap_ptr(ctx->heap, off), buf, len + 1);
     v->string = off;
     v->flags = VF_INT | VF_STR;
     return 1;
@@ -108,13 +109,22 @@ char* value_alloc_text(Context* ctx, Value* v, unsigned bytes) {
 int value_set_text_n(Context* ctx, Value* v, const char* text, unsigned len) {
     char* p = value_alloc_text(ctx, v, len + 1);
     if (!p) return 0;
-    memcpy(p, text, len);
+    bytes_copy(p, text, len);
     p[len] = 0;
     return 1;
 }
 
 int value_set_text(Context* ctx, Value* v, const char* text) {
-    return value_set_text_n(ctx, v, text, (unsigned)strlen(text));
+    return value_set_text_n(ctx, v, text, (unsigned)text_length(text));
+}
+
+uint16_t value_copy_text(Context* ctx, uint16_t text) {
+    const char* from = heap_ptr(ctx->heap, text);
+    size_t len = text_length(from);
+    uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
+    if (!off) { fail(ctx, 3096); return 0; }
+    bytes_copy(heap_ptr(ctx->heap, off), from, len + 1);
+    return off;
 }
 
 } // namespace tsl

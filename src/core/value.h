@@ -44,6 +44,8 @@ const char* value_text(const Context* ctx, const Value& v);
 // Allocates a copy of text in the heap and makes v a text result (3096 on failure).
 int value_set_text(Context* ctx, Value* v, const char* text);
 int value_set_text_n(Context* ctx, Value* v, const char* text, unsigned len);
+// A copy of the heap text at `text` in a block of its own (0 with 3096).
+uint16_t value_copy_text(Context* ctx, uint16_t text);
 // Allocates `bytes` bytes of text for v (which becomes a text value) and
 // returns the writable text, or nullptr with error 3096.
 char* value_alloc_text(Context* ctx, Value* v, unsigned bytes);

@@ -93,11 +93,8 @@ void var_assign(Context* ctx, uint16_t slot, const Value& val) {
     s.string = 0;
     if (ctx->error) return;
     if ((val.flags & VF_STR) && val.string) {
-        const char* text = heap_ptr(ctx->heap, val.string);
-        size_t len = strlen(text);
-        uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
-        if (!off) { fail(ctx, 3096); return; }
-        memcpy(heap_ptr(ctx->heap, off), text, len + 1);
+        uint16_t off = value_copy_text(ctx, val.string);
+        if (!off) return;
         s.string = off;
     }
     s.integer = val.integer;

@@ -93,6 +93,19 @@ inline std::string check_heap(const uint8_t* h, uint32_t heap_size) {
     return "";
 }
 
+// The heap's layout: each block's place, size and state, and the rover.
+// Both runs must allocate and free alike, not merely end with equal values.
+inline std::string heap_layout(const uint8_t* h, uint32_t heap_size) {
+    std::string s = "heap rover " + std::to_string(word(h, 28)) + ":";
+    for (uint32_t b = 40; b < heap_size - 12;) {
+        uint32_t size = word(h, b + 4);
+        if (size < 28) break;
+        s += " " + std::to_string(b) + (memcmp(h + b, "QRST", 4) == 0 ? "f" : "u") + std::to_string(size);
+        b += size;
+    }
+    return s + "\n";
+}
+
 // One run with token replay on or off. `sig` receives what the run did:
 // echo output, boxes, the run's error and result, and the variables.
 inline std::string run_once(const uint8_t* data, size_t size, bool replay, std::string* sig) {
@@ -133,7 +146,7 @@ inline std::string run_once(const uint8_t* data, size_t size, bool replay, std::
     script.push_back(0);
     run_script(&ctx, script.data());
     *sig = out + "\n--boxes--\n" + plat_native_take_boxes() + "--run-- " + std::to_string(ctx.run_error) + " " +
-           std::to_string(ctx.run_result) + "\n";
+           std::to_string(ctx.run_result) + "\n" + heap_layout(heap, heap_size);
     for (unsigned i = 0; i < slots; ++i)
         if (vars[i].value.flags) {
             const Value& v = vars[i].value;
