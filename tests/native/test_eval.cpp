@@ -27,28 +27,20 @@ TEST_F(Evaluator, ErrorsAndEdges) {
         {__LINE__, "'1' << '2'", 0, 4},
         {__LINE__, "'10' > '9x'", 0, 0},         // text: "1" sorts before "9"
         {__LINE__, "5 < 'abc'", 0, 1},           // 5 becomes the text "5"
-        {__LINE__, "txt == 'abc'", 0, 1},
-        {__LINE__, "12 == num", 0, 1},
         {__LINE__, "abs (-3)", 0, 3},
-        {__LINE__, "IsDefined(five) + 1", 0, 2},
-        {__LINE__, "StrCat('a', 1, 'b') == 'a1b'", 0, 1},
         {__LINE__, "five + 1 = 2", 3069, 0},
         {__LINE__, "1 <> Drop(zz)", 3095, 0},    // a value with neither half
         {__LINE__, "Drop(zz) + 1", 3057, 0},
-        {__LINE__, "txt * 2", 3057, 0},
         {__LINE__, "!'abc'", 3057, 0},
         {__LINE__, "~txt", 3057, 0},
         {__LINE__, "'a' && 1", 3057, 0},
-        {__LINE__, "1 + 'ab", 3057, 0},
         {__LINE__, "", 3061, 0},
         {__LINE__, "1 + then", 3061, 0},
         {__LINE__, "goto", 3061, 0},
         {__LINE__, "-", 3061, 0},
         {__LINE__, "(1 2)", 3065, 0},
         {__LINE__, "((1)", 3065, 0},
-        {__LINE__, "-txt2", 3052, 0},
         {__LINE__, "x = 5 then", 3074, 0},
-        {__LINE__, "a.b = 5", 2253, 0},
         {__LINE__, "a.b = 5 6", 3074, 0},
         {__LINE__, "a.b = 1 / 0", 3062, 0},
         {__LINE__, "a.b", 3046, 0},              // the object function is not built in here
@@ -59,18 +51,15 @@ TEST_F(Evaluator, ErrorsAndEdges) {
         {__LINE__, "Abs(1", 3066, 0},
         {__LINE__, "StrCmp('a', 'b', 'c')", 3066, 0},
         {__LINE__, "StrCmp('a' 'b')", 3068, 0},  // ")" or another token where "," was required
-        {__LINE__, "StrSub('abcdef', 2, 3 / 0)", 3062, 0},
         {__LINE__, "StrSub('abcdef', 1 / 0, 3)", 3062, 0},
         {__LINE__, "StrSub('abcdef', 2, 3 4)", 3066, 0},
         {__LINE__, "StrSub('abcdef' 2, 3)", 3068, 0},
         {__LINE__, "six(1, 2, 3, 4, 5, 6)", 3070, 0},  // at most 5 declared arguments
         {__LINE__, "StrCat('a', 'b' 'c')", ANY, 0},
         {__LINE__, "StrCat('a', 1 / 0)", 3062, 0},
-        {__LINE__, "Drop('five')", 3102, 0},
         {__LINE__, "Drop()", 3102, 0},
         {__LINE__, "Drop five", 3067, 0},
         {__LINE__, "Drop(five txt)", 3066, 0},
-        {__LINE__, "IsDefined(1)", 3103, 0},
         {__LINE__, "IsDefined five", 3067, 0},
         {__LINE__, "IsDefined(five, txt)", 3066, 0},
         {__LINE__, "Drop(five, 2)", 3102, 0},    // last: five is dropped (below)

@@ -18,17 +18,14 @@ TEST_F(Values, ToIntegerFollowsTheNumberTest) {
         {__LINE__, "\t42", 0, 0, 0},             // a tab is not a blank here
         {__LINE__, "   ", 0, 0, 0},
         {__LINE__, "+-", 0, 0, 0},
-        {__LINE__, "--5", 1, 0, 0},              // passes the test, converts to 0
-        {__LINE__, "-+7", 1, 0, 0},
+        {__LINE__, "-+7", 1, 0, 0},              // passes the test, converts to 0
         {__LINE__, "- 7", 0, 0, 0},              // no blank after the sign
         {__LINE__, "+0012", 1, 12, 12},
         {__LINE__, "12abc", 0, 0, 12},
         {__LINE__, "1.5", 0, 0, 1},
         {__LINE__, "0x10", 0, 0, 0},
-        {__LINE__, "2147483647", 1, INT32_MAX, INT32_MAX},
         {__LINE__, "2147483648", 1, INT32_MIN, INT32_MIN},   // wraps silently
         {__LINE__, "-2147483648", 1, INT32_MIN, INT32_MIN},
-        {__LINE__, "4294967295", 1, -1, -1},
         {__LINE__, "99999999999", 1, (int32_t)(99999999999ULL & 0xFFFFFFFF), (int32_t)(99999999999ULL & 0xFFFFFFFF)},
     };
     for (auto& r : rows) {
