@@ -1,8 +1,9 @@
 // tslrun-native: the command-line host built over the portable core for
 // Linux, for fast script tests under the sanitizers and the native
 // benchmark. Same usage, host commands and exit statuses as tslrun:
-//   tslrun-native [--console] SCRIPT [ARG...]
+//   tslrun-native [--console] [--time] SCRIPT [ARG...]
 // Boxes are always answered on the console in this build.
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -36,9 +37,11 @@ int32_t host_command(PHandle, intptr_t, int32_t, int32_t command, AnswerFn answe
 
 int main(int argc, char** argv) {
     int a = 1;
-    if (a < argc && strcmp(argv[a], "--console") == 0) ++a;
+    bool timed = false;
+    for (; a < argc && (strcmp(argv[a], "--console") == 0 || strcmp(argv[a], "--time") == 0); ++a)
+        if (argv[a][2] == 't') timed = true;
     if (a >= argc) {
-        fprintf(stderr, "usage: tslrun-native [--console] SCRIPT [ARG...]\n");
+        fprintf(stderr, "usage: tslrun-native [--console] [--time] SCRIPT [ARG...]\n");
         return 2;
     }
     const char* name = argv[a++];
@@ -78,6 +81,9 @@ int main(int argc, char** argv) {
         pname[5] = (char)('0' + (i - a + 1));
         var_set_text(&ctx, pname, argv[i]);
     }
+    auto started = std::chrono::steady_clock::now();
     run_script(&ctx, script.data());
+    std::chrono::duration<double> took = std::chrono::steady_clock::now() - started;
+    if (timed) fprintf(stderr, "run time: %.6f s\n", took.count());
     return (ctx.run_error || ctx.break_flag) ? 1 : 0;
 }

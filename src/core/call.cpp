@@ -2,6 +2,7 @@
 #include <cstring>
 #include "bounded.h"
 #include "lexer.h"
+#include "line_tokens.h"
 #include "report.h"
 #include "runloop.h"
 #include "statements.h"
@@ -93,8 +94,10 @@ void call_script(Context* ctx, const char* file, const char* params) {
         Value caller_result = ctx->result;
         ctx->result = Value{0, 0, NO_VARIABLE, 0};
         uint16_t pos = 0, start = 0;
+        line_tokens_script_changed(ctx);
         int r = run_loop(ctx, text, size, &pos, &start);
         plat_free_script_file(text);
+        line_tokens_script_changed(ctx);
         value_free(ctx, &ctx->result);
         ctx->result = caller_result;
         // The callee's stop (exit, error, break) stops the caller too, unless it has a CANCEL label.

@@ -26,6 +26,7 @@ struct Line {
     uint32_t serial;              // changes whenever the record starts afresh
     uint16_t pos, len, count;
     uint16_t raw_len;             // script bytes the line was read from (0: not remembered)
+    uint32_t epoch;               // the cache's epoch when those bytes were last compared
     int16_t start_off;            // where its text starts, from pos (-1: no text)
     uint8_t ntok;
     uint8_t plain;                // the text holds no "%": substitution leaves it as it is
@@ -39,6 +40,7 @@ struct Line {
 
 struct Cache {
     uint32_t next_serial;
+    uint32_t epoch;               // changes whenever script bytes may have changed
     Line* known;                  // the record the last line was read from, unless
     uint32_t known_serial;        //   it has started afresh since
     Line line[LINES];
@@ -106,8 +108,11 @@ int line_tokens_read(Context* ctx, const char* script, uint32_t length, uint16_t
     uint16_t p0 = *pos;
     Line* e = slot_for(c, script, p0);
     c->known = nullptr;
+    // The script's bytes are compared again only after something may have
+    // written them (a goto's cache) or brought a new script to the same place.
     if (e->raw_len && e->script == script && e->pos == p0 && (uint32_t)p0 + e->raw_len <= length &&
-        bytes_equal(script + p0, e->raw, e->raw_len)) {
+        (e->epoch == c->epoch || bytes_equal(script + p0, e->raw, e->raw_len))) {
+        e->epoch = c->epoch;
         bytes_copy(line, e->text, (size_t)e->len + 1);
         if (e->start_off >= 0) *line_start = (uint16_t)(p0 + e->start_off);
         *pos = (uint16_t)(p0 + e->raw_len);
@@ -124,6 +129,7 @@ int line_tokens_read(Context* ctx, const char* script, uint32_t length, uint16_t
         reset(c, e, ctx, script, p0, line, len);
         memcpy(e->raw, script + p0, raw);
         e->raw_len = (uint16_t)raw;
+        e->epoch = c->epoch;
         e->start_off = len ? (int16_t)(*line_start - p0) : -1;   // the reader sets the start only for text
     }
     return 1;
@@ -188,6 +194,10 @@ int16_t* line_tokens_plan_ref(Context* ctx, unsigned offset) {
     for (unsigned k = 0; k < PLANS; ++k)
         if (e->plan_off[k] == 0xFFFF) { e->plan_off[k] = (uint16_t)offset; return &e->plan_ref[k]; }
     return nullptr;
+}
+
+void line_tokens_script_changed(Context* ctx) {
+    if (Cache* c = static_cast<Cache*>(ctx->line_cache)) ++c->epoch;
 }
 
 PlanPool* line_tokens_plan_pool(Context* ctx) {

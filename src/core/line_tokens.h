@@ -25,6 +25,11 @@ inline void line_tokens_end(Context* ctx) { ctx->lex_entry = nullptr; }
 int line_tokens_replay(Context* ctx);
 // Records the token the lexer has just read from `from` (the cursor before it).
 void line_tokens_record(Context* ctx, const char* from);
+// Script bytes may have changed: a goto wrote its cache into a script, or
+// a script was loaded or freed (a new one may take the same place). Lines
+// are then read again from their bytes instead of trusted to their records.
+// A host must not change a script's bytes while it runs.
+void line_tokens_script_changed(Context* ctx);
 // Makes room for the records of a run (without room nothing is recorded),
 // and frees it when the run ends: records do not outlive a run, whose
 // start may bring another host table. Returns whether it made the room: a

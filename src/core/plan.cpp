@@ -117,6 +117,7 @@ uint16_t name_node(Parser& p, const RecordedToken& t) {
 
 // call -> function "(" [ expression { "," expression } ] ")"
 uint16_t call(Parser& p, const KeywordRecord* r) {
+    if (!p.ok) return 0;
     int16_t id = p.t.id;
     unsigned n = r->arg_count;
     if (n == VARIADIC || n > (unsigned)MAX_ARGS || id == K_DOTTED) return give_up(p);
@@ -140,6 +141,7 @@ uint16_t call(Parser& p, const KeywordRecord* r) {
 
 // primary -> "(" expression ")" | @constant | name | number | string
 uint16_t primary(Parser& p) {
+    if (!p.ok) return 0;
     uint16_t n = 0;
     switch (p.t.kind) {
     case T_KEYWORD: {
@@ -172,6 +174,7 @@ uint16_t primary(Parser& p) {
 
 // prefix -> ("!" | "+" | "-" | "~") prefix | call | primary
 uint16_t prefix(Parser& p) {
+    if (!p.ok) return 0;
     if (p.t.kind == T_KEYWORD) {
         int16_t id = p.t.id;
         if (id == K_NOT || id == K_PLUS || id == K_MINUS || id == K_TILDE) {
@@ -188,6 +191,7 @@ uint16_t prefix(Parser& p) {
 
 // The evaluator's precedence climbing over the same level table.
 uint16_t binary(Parser& p, uint8_t min_level) {
+    if (!p.ok) return 0;
     uint16_t left = prefix(p);
     while (p.ok && p.t.kind == T_KEYWORD) {
         int16_t op = p.t.id;
@@ -206,6 +210,7 @@ uint16_t binary(Parser& p, uint8_t min_level) {
 
 // expression -> name "=" logical | logical
 uint16_t expression(Parser& p, bool may_assign) {
+    if (!p.ok) return 0;
     if (is_op(p, K_DOTTED)) return give_up(p);
     if (p.t.kind == T_NAME) {
         // A look at the token after the name, as the evaluator takes one.
@@ -251,15 +256,19 @@ const int16_t TRIES = 3;         // runs that may find its tokens still unread
 
 // The name's slot: where it was last found while the slot still holds it
 // (the lexer's registration otherwise). The stored names are lower case.
-uint16_t name_slot(Context* ctx, PlanNode& n, const char* name) {
+uint16_t name_slot_slow(Context* ctx, PlanNode& n, const char* name) {
+    if (!var_slot_holds(ctx, n.slot, name)) n.slot = var_register(ctx, name);
+    return n.slot;
+}
+
+[[gnu::always_inline]] inline uint16_t name_slot(Context* ctx, PlanNode& n, const char* name) {
     if (n.mask && n.slot < ctx->var_count) {
         const VarSlot& v = ctx->vars[n.slot];
         uint64_t stored;
         memcpy(&stored, v.name, 8);
         if (v.value.flags && ((stored ^ n.key) & n.mask) == 0) return n.slot;
     }
-    if (!var_slot_holds(ctx, n.slot, name)) n.slot = var_register(ctx, name);
-    return n.slot;
+    return name_slot_slow(ctx, n, name);
 }
 
 // An operand that is a number, or a variable holding an integer alone
@@ -267,7 +276,7 @@ uint16_t name_slot(Context* ctx, PlanNode& n, const char* name) {
 // which later steps repeat without effect.
 enum Plain { PLAIN, NOT_PLAIN, PLAIN_FAILED };
 
-inline Plain plain_operand(Context* ctx, PlanPool* pool, PlanNode& n, int32_t* x, Value* as_value) {
+[[gnu::always_inline]] inline Plain plain_operand(Context* ctx, PlanPool* pool, PlanNode& n, int32_t* x, Value* as_value) {
     if (n.kind == N_NUMBER) {
         *x = n.value;
         *as_value = Value{n.value, 0, NO_VARIABLE, VF_INT};

@@ -108,6 +108,7 @@ void run_script(Context* ctx, char* script) {
     uint32_t length = (uint32_t)strlen(script);
     uint16_t pos = 0, start = 0;
     bool own_records = line_tokens_open(ctx);
+    line_tokens_script_changed(ctx);
     int r = run_loop(ctx, script, length, &pos, &start);
     if (own_records) line_tokens_free(ctx);
     ctx->run_error = ctx->error;

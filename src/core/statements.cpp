@@ -6,6 +6,7 @@
 #include "eval.h"
 #include "heap.h"
 #include "lexer.h"
+#include "line_tokens.h"
 #include "messages.h"
 #include "plan.h"
 #include "report.h"
@@ -49,6 +50,7 @@ static void label_search(Context* ctx, const char* label, ScriptPlace* place, lo
         if (*g != 'G' && *g != 'g') { plat_message_beep(0); return; }
         g[0] = GOTO_CACHED;
         for (int k = 0; k < 4; ++k) g[1 + k] = (unsigned char)(0x40 | ((line_pos >> (12 - 4 * k)) & 15));
+        line_tokens_script_changed(ctx);
         return;
     }
 }
