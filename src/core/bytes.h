@@ -47,17 +47,8 @@ inline void bytes_copy(void* dst, const void* src, size_t n) {
     memcpy(d + n - 8, &last, 8);
 }
 
-// The length of a text. The DLL's C library measures a byte at a time
-// behind a call, so a short text is measured in place there; the native
-// library measures a word at a time and is faster at any length.
-inline size_t text_length(const char* s) {
-#ifdef _WIN32
-    for (size_t n = 0; n < SHORT_RUN; ++n)
-        if (!s[n]) return n;
-    return SHORT_RUN + strlen(s + SHORT_RUN);
-#else
-    return strlen(s);
-#endif
-}
+// The length of a text (the DLL links a strlen of its own that reads a
+// word at a time, as the native library's does).
+inline size_t text_length(const char* s) { return strlen(s); }
 
 } // namespace tsl

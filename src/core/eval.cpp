@@ -91,7 +91,11 @@ void apply_compare(Context* ctx, int op, Value* left, Value* right) {
             if (!ctx->error) fail(ctx, 3095);
             return;
         }
-        c = plat_compare(value_text(ctx, *left), value_text(ctx, *right));
+        // Equality needs no order, which the platform finds dearly.
+        const char* a = value_text(ctx, *left);
+        const char* b = value_text(ctx, *right);
+        bool equality = op == K_EQ || op == K_NE || op == K_LTGT;
+        c = equality ? (plat_texts_equal(a, b) ? 0 : 1) : plat_compare(a, b);
     }
     int32_t r;
     uint16_t error = compare_outcome(op, c, &r);
