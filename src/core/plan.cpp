@@ -120,7 +120,9 @@ uint16_t call(Parser& p, const KeywordRecord* r) {
     if (!p.ok) return 0;
     int16_t id = p.t.id;
     unsigned n = r->arg_count;
-    if (n == VARIADIC || n > (unsigned)MAX_ARGS || id == K_DOTTED) return give_up(p);
+    // Extender and host commands may read on in the statement through the
+    // exported lexer (get_token, ProcessSubExpression): they run unplanned.
+    if (n == VARIADIC || n > (unsigned)MAX_ARGS || id == K_DOTTED || id >= EXTENDER_BASE) return give_up(p);
     advance(p);
     if (!is_op(p, K_LPAREN)) return give_up(p);
     advance(p);
