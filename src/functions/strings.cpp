@@ -288,37 +288,14 @@ static void str_replace(Context* ctx, Value* result, Value* args) {
     strcpy(out, p);
 }
 
-// The system's case mapping of each byte, taken once from the platform. On a
-// single-byte code page the mapping of a text is the mapping of its bytes,
-// so the table gives what the platform gives without a call per text.
-struct CaseTable {
-    unsigned char map[256];
-    explicit CaseTable(void (*convert)(char*)) {
-        map[0] = 0;
-        for (unsigned c = 1; c < 256; c++) {
-            char one[2] = {(char)c, 0};
-            convert(one);
-            map[c] = (unsigned char)one[0];
-        }
-    }
-};
-
-static void case_copy(Context* ctx, Value* result, Value* args, void (*convert)(char*),
-                      const CaseTable& (*table)()) {
+// The platform maps case (through tables of its own where that gives the
+// system's answer, and stepping over trail bytes on a double-byte code page).
+static void case_copy(Context* ctx, Value* result, Value* args, void (*convert)(char*)) {
     if (!value_set_text(ctx, result, text(ctx, args[1]))) return;
-    char* s = heap_ptr(ctx->heap, result->string);
-    if (plat_dbcs_enabled()) { convert(s); return; }   // trail bytes must stay as they are
-    const unsigned char* map = table().map;
-    for (; *s; s++) *s = (char)map[(unsigned char)*s];
+    convert(heap_ptr(ctx->heap, result->string));
 }
-static const CaseTable& upper_table() { static const CaseTable t(plat_upper); return t; }
-static const CaseTable& lower_table() { static const CaseTable t(plat_lower); return t; }
-static void str_lower(Context* ctx, Value* result, Value* args) {
-    case_copy(ctx, result, args, plat_lower, lower_table);
-}
-static void str_upper(Context* ctx, Value* result, Value* args) {
-    case_copy(ctx, result, args, plat_upper, upper_table);
-}
+static void str_lower(Context* ctx, Value* result, Value* args) { case_copy(ctx, result, args, plat_lower); }
+static void str_upper(Context* ctx, Value* result, Value* args) { case_copy(ctx, result, args, plat_upper); }
 
 static const FunctionEntry kTable[] = {
     {ID_STRCAT, str_cat}, {ID_STRCHARCOUNT, str_char_count}, {ID_STRCMP, str_cmp},
