@@ -72,6 +72,7 @@ struct Context {
     uint8_t host_switches[4];       // IntControl 4, 5, 12, 28
     uint8_t initialised;            // modes 1..3 passed
     uint8_t attached;               // counted as attached (mode 3)
+    uint8_t run_depth;              // runs in progress on this context (more than 1: nested)
 
     // --- string heap ---
     uint8_t* heap;                  // locked base of the heap block

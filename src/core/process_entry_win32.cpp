@@ -29,8 +29,6 @@ extern "C" long WINAPI ProcessDaBatBuffer(HWND owner, HGLOBAL context, HGLOBAL s
     uint8_t* outer_heap = ctx->heap;
     CommandProc outer_proc = ctx->host_proc;
     const KeywordRecord* outer_table = ctx->host_table;
-    const char* outer_script = ctx->script;
-    const char* outer_name = ctx->script_name;
     ctx->vars = vars;
     ctx->heap = heap;
     ctx->owner = owner;
@@ -48,8 +46,6 @@ extern "C" long WINAPI ProcessDaBatBuffer(HWND owner, HGLOBAL context, HGLOBAL s
     if (outer_heap) {
         ctx->host_proc = outer_proc;
         ctx->host_table = outer_table;
-        ctx->script = outer_script;
-        ctx->script_name = outer_name;
     }
     ctx->heap = outer_heap;
     ctx->vars = outer_vars;

@@ -96,7 +96,74 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
     return result;
 }
 
+// A run started while another runs on the same context (a host command
+// that runs a script, a host window procedure during a box) gives the outer
+// statement back as it found it: its place in its line, its token, the
+// value it may be evaluating into, its error, and the settings that the
+// start of a run resets. The results of the inner run (services 110-112)
+// and a user break stay.
+struct OuterStatement {
+    const char* cursor;
+    uint16_t tok_kind, tok_slot;
+    int16_t tok_id;
+    char tok_text[TOKEN_BUF];
+    const char* lex_line;
+    void* lex_entry;
+    uint32_t lex_serial;
+    Value result;
+    uint16_t error, last_reported;
+    uint8_t error_mode, last_if, call_depth, debug_trace, break_report;
+    const char* script;
+    const char* script_name;
+};
+
+static void keep_outer(Context* ctx, OuterStatement* o) {
+    o->cursor = ctx->cursor;
+    o->tok_kind = ctx->tok_kind;
+    o->tok_slot = ctx->tok_slot;
+    o->tok_id = ctx->tok_id;
+    memcpy(o->tok_text, ctx->tok_text, sizeof o->tok_text);
+    o->lex_line = ctx->lex_line;
+    o->lex_entry = ctx->lex_entry;
+    o->lex_serial = ctx->lex_serial;
+    o->result = ctx->result;
+    ctx->result = Value{0, 0, NO_VARIABLE, 0};
+    o->error = ctx->error;
+    o->last_reported = ctx->last_reported;
+    o->error_mode = ctx->error_mode;
+    o->last_if = ctx->last_if;
+    o->call_depth = ctx->call_depth;
+    o->debug_trace = ctx->debug_trace;
+    o->break_report = ctx->break_report;
+    o->script = ctx->script;
+    o->script_name = ctx->script_name;
+}
+
+static void give_back_outer(Context* ctx, const OuterStatement* o) {
+    ctx->cursor = o->cursor;
+    ctx->tok_kind = o->tok_kind;
+    ctx->tok_slot = o->tok_slot;
+    ctx->tok_id = o->tok_id;
+    memcpy(ctx->tok_text, o->tok_text, sizeof ctx->tok_text);
+    ctx->lex_line = o->lex_line;
+    ctx->lex_entry = o->lex_entry;
+    ctx->lex_serial = o->lex_serial;
+    ctx->result = o->result;
+    ctx->error = o->error;
+    ctx->last_reported = o->last_reported;
+    ctx->error_mode = o->error_mode;
+    ctx->last_if = o->last_if;
+    ctx->call_depth = o->call_depth;
+    ctx->debug_trace = o->debug_trace;
+    ctx->break_report = o->break_report;
+    ctx->script = o->script;
+    ctx->script_name = o->script_name;
+}
+
 void run_script(Context* ctx, char* script) {
+    bool nested = ctx->run_depth++ > 0;
+    OuterStatement outer;
+    if (nested) keep_outer(ctx, &outer);
     run_reset(ctx);
     ctx->host_first_for = nullptr;
     keyword_cache_new_generation(ctx);
@@ -119,6 +186,8 @@ void run_script(Context* ctx, char* script) {
     plat_set_cursor(ctx, false);
     plat_sleep(20);
     plat_pump_messages(ctx);
+    if (nested) give_back_outer(ctx, &outer);
+    --ctx->run_depth;
 }
 
 } // namespace tsl

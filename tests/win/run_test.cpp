@@ -106,10 +106,14 @@ TEST_F(Run, RunStartedByAHostCommandGivesTheOuterRunItsStateBack) {
     static const TslKeywordRecord table[] = {{0, TSL_KIND_FUNCTION, 1, 1, 5, "inner"}, {0, 0, 0, 0, 0, ""}};
     HostContext host;
     g_nesting_host = &host;
-    EXPECT_EQ(1, host.run("a = 1\r\nok = Inner(\"b = a + 1\")\r\nc = b + ok\r\nd = StrCat(\"x\", c)\r\n",
+    host.service(TSL_SERVICE_CONSOLE, 1);   // a failure reports on standard error, no box waits
+    // The outer statement goes on after the command (+ 10), and its IF
+    // result survives the inner run's (else is skipped).
+    EXPECT_EQ(1, host.run("a = 1\r\nb = 2\r\nif a == 1 then ok = Inner(\"if a == 5 then b = 7\") + 10\r\n"
+                          "else ok = 99\r\nc = b + ok\r\nd = StrCat(\"x\", c)\r\n",
                           nesting_proc, table));
     EXPECT_EQ(0, host.error());
-    EXPECT_EQ("x3", host.get("d"));
+    EXPECT_EQ("x13", host.get("d")) << "b 2, ok 1 + 10";
     tsl::Context* c = host.lock();
     EXPECT_EQ(nullptr, c->heap);
     EXPECT_EQ((tsl::CommandProc)nesting_proc, c->host_proc) << "the outer run's procedure is kept";
