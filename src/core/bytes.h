@@ -47,8 +47,4 @@ inline void bytes_copy(void* dst, const void* src, size_t n) {
     memcpy(d + n - 8, &last, 8);
 }
 
-// The length of a text (the DLL links a strlen of its own that reads a
-// word at a time, as the native library's does).
-inline size_t text_length(const char* s) { return strlen(s); }
-
 } // namespace tsl

@@ -88,7 +88,7 @@ void line_tokens_begin(Context* ctx, const char* script, uint16_t line_pos, cons
     // A line just read from this record, and left as it was, is its text.
     size_t len = 0;
     if (same && !(c->known == e && c->known_serial == e->serial && e->plain)) {
-        len = text_length(line);
+        len = strlen(line);
         same = e->len == len && bytes_equal(e->text, line, len);
     }
     if (!same) {

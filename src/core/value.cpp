@@ -14,7 +14,7 @@ int value_to_string(Context* ctx, Value* v) {
     if (!(v->flags & VF_INT)) return 0;
     char buf[40];
     integer_to_text(v->integer, buf, 10);
-    unsigned len = (unsigned)text_length(buf);
+    unsigned len = (unsigned)strlen(buf);
     uint16_t off = heap_alloc(ctx->heap, len + 1);
     if (!off) return fail(ctx, 3096);
     bytes_copy(heap_ptr(ctx->heap, off), buf, len + 1);
@@ -115,12 +115,12 @@ int value_set_text_n(Context* ctx, Value* v, const char* text, unsigned len) {
 }
 
 int value_set_text(Context* ctx, Value* v, const char* text) {
-    return value_set_text_n(ctx, v, text, (unsigned)text_length(text));
+    return value_set_text_n(ctx, v, text, (unsigned)strlen(text));
 }
 
 uint16_t value_copy_text(Context* ctx, uint16_t text) {
     const char* from = heap_ptr(ctx->heap, text);
-    size_t len = text_length(from);
+    size_t len = strlen(from);
     uint16_t off = heap_alloc(ctx->heap, (uint32_t)len + 1);
     if (!off) { fail(ctx, 3096); return 0; }
     bytes_copy(heap_ptr(ctx->heap, off), from, len + 1);
