@@ -102,62 +102,31 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
 // value it may be evaluating into, its error, and the settings that the
 // start of a run resets. The results of the inner run (services 110-112)
 // and a user break stay.
+#define TSL_OUTER_FIELDS(X)                                                                         \
+    X(cursor) X(tok_kind) X(tok_slot) X(tok_id) X(lex_line) X(lex_entry) X(lex_serial) X(result)        \
+    X(error) X(last_reported) X(error_mode) X(last_if) X(call_depth) X(debug_trace) X(break_report)    \
+    X(script) X(script_name)
+
 struct OuterStatement {
-    const char* cursor;
-    uint16_t tok_kind, tok_slot;
-    int16_t tok_id;
+#define TSL_FIELD(f) decltype(Context::f) f;
+    TSL_OUTER_FIELDS(TSL_FIELD)
+#undef TSL_FIELD
     char tok_text[TOKEN_BUF];
-    const char* lex_line;
-    void* lex_entry;
-    uint32_t lex_serial;
-    Value result;
-    uint16_t error, last_reported;
-    uint8_t error_mode, last_if, call_depth, debug_trace, break_report;
-    const char* script;
-    const char* script_name;
 };
 
 static void keep_outer(Context* ctx, OuterStatement* o) {
-    o->cursor = ctx->cursor;
-    o->tok_kind = ctx->tok_kind;
-    o->tok_slot = ctx->tok_slot;
-    o->tok_id = ctx->tok_id;
+#define TSL_KEEP(f) o->f = ctx->f;
+    TSL_OUTER_FIELDS(TSL_KEEP)
+#undef TSL_KEEP
     memcpy(o->tok_text, ctx->tok_text, sizeof o->tok_text);
-    o->lex_line = ctx->lex_line;
-    o->lex_entry = ctx->lex_entry;
-    o->lex_serial = ctx->lex_serial;
-    o->result = ctx->result;
-    ctx->result = Value{0, 0, NO_VARIABLE, 0};
-    o->error = ctx->error;
-    o->last_reported = ctx->last_reported;
-    o->error_mode = ctx->error_mode;
-    o->last_if = ctx->last_if;
-    o->call_depth = ctx->call_depth;
-    o->debug_trace = ctx->debug_trace;
-    o->break_report = ctx->break_report;
-    o->script = ctx->script;
-    o->script_name = ctx->script_name;
+    ctx->result = Value{0, 0, NO_VARIABLE, 0};   // the inner run's statements free their values
 }
 
 static void give_back_outer(Context* ctx, const OuterStatement* o) {
-    ctx->cursor = o->cursor;
-    ctx->tok_kind = o->tok_kind;
-    ctx->tok_slot = o->tok_slot;
-    ctx->tok_id = o->tok_id;
+#define TSL_GIVE_BACK(f) ctx->f = o->f;
+    TSL_OUTER_FIELDS(TSL_GIVE_BACK)
+#undef TSL_GIVE_BACK
     memcpy(ctx->tok_text, o->tok_text, sizeof ctx->tok_text);
-    ctx->lex_line = o->lex_line;
-    ctx->lex_entry = o->lex_entry;
-    ctx->lex_serial = o->lex_serial;
-    ctx->result = o->result;
-    ctx->error = o->error;
-    ctx->last_reported = o->last_reported;
-    ctx->error_mode = o->error_mode;
-    ctx->last_if = o->last_if;
-    ctx->call_depth = o->call_depth;
-    ctx->debug_trace = o->debug_trace;
-    ctx->break_report = o->break_report;
-    ctx->script = o->script;
-    ctx->script_name = o->script_name;
 }
 
 void run_script(Context* ctx, char* script) {
