@@ -370,20 +370,9 @@ static inline unsigned block_hits(const char* p, __m128i zero, __m128i c) {
     return (unsigned)_mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(b, zero), _mm_cmpeq_epi8(b, c)));
 }
 
-TSL_OWN_SCAN size_t strlen(const char* s) {
-    const __m128i zero = _mm_setzero_si128();
-    unsigned skip = (unsigned)((uintptr_t)s & 15);
-    const char* p = s - skip;
-    unsigned hits = block_hits(p, zero, zero) >> skip << skip;
-    while (!hits) {
-        p += 16;
-        hits = block_hits(p, zero, zero);
-    }
-    return (size_t)(p + __builtin_ctz(hits) - s);
-}
-
-TSL_OWN_SCAN char* strchr(const char* s, int ch) {
-    const __m128i zero = _mm_setzero_si128(), c = _mm_set1_epi8((char)ch);
+// The first byte from s on that is zero or equals c, found block by block.
+static inline const char* first_hit(const char* s, char ch) {
+    const __m128i zero = _mm_setzero_si128(), c = _mm_set1_epi8(ch);
     unsigned skip = (unsigned)((uintptr_t)s & 15);
     const char* p = s - skip;
     unsigned hits = block_hits(p, zero, c) >> skip << skip;
@@ -391,7 +380,13 @@ TSL_OWN_SCAN char* strchr(const char* s, int ch) {
         p += 16;
         hits = block_hits(p, zero, c);
     }
-    p += __builtin_ctz(hits);  // the first byte that is the character or the end
+    return p + __builtin_ctz(hits);
+}
+
+TSL_OWN_SCAN size_t strlen(const char* s) { return (size_t)(first_hit(s, 0) - s); }
+
+TSL_OWN_SCAN char* strchr(const char* s, int ch) {
+    const char* p = first_hit(s, (char)ch);
     return *p == (char)ch ? (char*)p : nullptr;
 }
 

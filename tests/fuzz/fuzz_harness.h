@@ -39,6 +39,7 @@
 #include "core/plat_native_control.h"
 #include "core/runloop.h"
 #include "core/vars.h"
+#include "../heap_walk.h"
 
 namespace fuzz {
 
@@ -59,51 +60,6 @@ inline int32_t echo_host(PHandle, intptr_t host_value, int32_t, int32_t, AnswerF
     std::string* out = reinterpret_cast<std::string*>(host_value);
     if (out->size() < 100000) { *out += t1; *out += "\n"; }
     return 0;
-}
-
-inline uint32_t word(const uint8_t* h, uint32_t at) {
-    return (uint32_t)h[at] | (uint32_t)h[at + 1] << 8 | (uint32_t)h[at + 2] << 16 | (uint32_t)h[at + 3] << 24;
-}
-
-inline std::string check_heap(const uint8_t* h, uint32_t heap_size) {
-    uint32_t free_blocks = 0;
-    bool prev_free = false;
-    uint32_t b = 40;
-    while (b < heap_size - 12) {
-        uint32_t size = word(h, b + 4);
-        if (size < 28 || size % 4 || b + size > heap_size - 12) return "block size at " + std::to_string(b);
-        bool is_free = memcmp(h + b, "QRST", 4) == 0;
-        if (!is_free && memcmp(h + b, "5678", 4) != 0) return "header tag at " + std::to_string(b);
-        if (memcmp(h + b + size - 4, is_free ? "QRST" : "5678", 4) != 0) return "footer tag at " + std::to_string(b);
-        if (is_free) {
-            if (word(h, b + size - 8) != size) return "footer size at " + std::to_string(b);
-            if (prev_free) return "two free neighbours at " + std::to_string(b);
-            ++free_blocks;
-        }
-        prev_free = is_free;
-        b += size;
-    }
-    if (b != heap_size - 12 || memcmp(h + b, "5678", 4) != 0) return "end marker";
-    uint32_t n = 0, prev = 0;
-    for (uint32_t f = word(h, 8); f != 0; prev = f, f = word(h, f + 8)) {
-        if (++n > free_blocks || memcmp(h + f, "QRST", 4) != 0) return "free list at " + std::to_string(f);
-        if (word(h, f + 12) != prev) return "free list back link at " + std::to_string(f);
-    }
-    if (n != free_blocks || word(h, 12) != prev) return "free list length";
-    return "";
-}
-
-// The heap's layout: each block's place, size and state, and the rover.
-// Both runs must allocate and free alike, not merely end with equal values.
-inline std::string heap_layout(const uint8_t* h, uint32_t heap_size) {
-    std::string s = "heap rover " + std::to_string(word(h, 28)) + ":";
-    for (uint32_t b = 40; b < heap_size - 12;) {
-        uint32_t size = word(h, b + 4);
-        if (size < 28) break;
-        s += " " + std::to_string(b) + (memcmp(h + b, "QRST", 4) == 0 ? "f" : "u") + std::to_string(size);
-        b += size;
-    }
-    return s + "\n";
 }
 
 // One run with token replay on or off. `sig` receives what the run did:
@@ -157,11 +113,11 @@ inline std::string run_once(const uint8_t* data, size_t size, bool replay, std::
     plat_native_set_dbcs(false);
     line_tokens_set_enabled(true);
 
-    std::string bad = check_heap(heap, heap_size);
+    std::string bad = heap_check(heap, heap_size);
     if (!bad.empty()) return "heap damaged: " + bad;
     for (unsigned i = 0; i < slots; ++i)
         if (vars[i].value.flags && vars[i].value.string) heap_free(heap, vars[i].value.string);
-    bad = check_heap(heap, heap_size);
+    bad = heap_check(heap, heap_size);
     if (!bad.empty()) return "heap damaged after freeing the variables: " + bad;
     // The count reaches the capacity only through error 3097.
     if (ctx.var_count < slots && heap_free_bytes(heap) != heap_size - 52)

@@ -16,49 +16,12 @@
 #include "core/plat_native_control.h"
 #include "core/runloop.h"
 #include "core/vars.h"
+#include "../heap_walk.h"
 
 // The failure note of a table row that records its source line.
 #define AT_ROW(r) "row at line " << (r).line << " "
 
 namespace tsl {
-
-inline uint32_t heap_word(const uint8_t* h, uint32_t at) {
-    return (uint32_t)h[at] | (uint32_t)h[at + 1] << 8 | (uint32_t)h[at + 2] << 16 | (uint32_t)h[at + 3] << 24;
-}
-inline std::string heap_tag(const uint8_t* h, uint32_t at) { return std::string((const char*)h + at, 4); }
-
-// Walks a heap of `size` bytes block by block and along its free list.
-// Returns "" when whole, else what is wrong and where.
-inline std::string heap_check(const uint8_t* h, uint32_t size) {
-    uint32_t b = 40, free_blocks = 0, total = 0;
-    bool prev_free = false;
-    while (b < size - 12) {
-        uint32_t n = heap_word(h, b + 4);
-        if (n < 28 || n % 4 || b + n > size - 12) return "block size " + std::to_string(n) + " at " + std::to_string(b);
-        std::string t = heap_tag(h, b);
-        bool is_free = t == "QRST";
-        if (!is_free && t != "5678") return "header tag at " + std::to_string(b);
-        if (heap_tag(h, b + n - 4) != t) return "footer tag at " + std::to_string(b);
-        if (is_free) {
-            if (heap_word(h, b + n - 8) != n) return "footer size at " + std::to_string(b);
-            if (prev_free) return "two free neighbours at " + std::to_string(b);
-            ++free_blocks;
-        }
-        prev_free = is_free;
-        total += n;
-        b += n;
-    }
-    if (b != size - 12 || heap_tag(h, b) != "5678") return "end marker at " + std::to_string(b);
-    if (total != size - 52) return "sizes do not add up";
-    uint32_t count = 0, prev = 0;
-    for (uint32_t f = heap_word(h, 8); f != 0; prev = f, f = heap_word(h, f + 8)) {
-        if (++count > free_blocks || heap_tag(h, f) != "QRST") return "free list at " + std::to_string(f);
-        if (heap_word(h, f + 12) != prev) return "free list back link at " + std::to_string(f);
-    }
-    if (count != free_blocks) return "free list misses blocks";
-    if (heap_word(h, 12) != prev) return "head's back link";
-    return "";
-}
 
 // Host commands: 0 echo(text) appends text and a line feed to the output;
 // 1 hfail(code) answers with the negative code; 2 six(a,b,c,d,e,f) declares

@@ -70,17 +70,7 @@ std::string run_text(const std::string& s, bool replay) {
     }
     // The heap's blocks, not only its free bytes: runs with and without
     // replay (and plans) must allocate and free in the same order.
-    uint32_t rover;
-    memcpy(&rover, heap.data() + 28, 4);
-    seen << "heap rover " << rover << ":";
-    for (uint32_t b = 40; b + 12 < HEAP_MAX_SIZE;) {
-        uint32_t size;
-        memcpy(&size, heap.data() + b + 4, 4);
-        if (size < 28) break;
-        seen << " " << b << (memcmp(heap.data() + b, "QRST", 4) == 0 ? "f" : "u") << size;
-        b += size;
-    }
-    seen << "\n";
+    seen << heap_layout(heap.data(), HEAP_MAX_SIZE);
     return seen.str();
 }
 

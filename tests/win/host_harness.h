@@ -250,6 +250,16 @@ struct TempDir {
     }
 };
 
+// A window of the test program's own class `cls`, whose messages go to `proc`.
+inline HWND test_window(const char* cls, WNDPROC proc, const char* title, DWORD style, int width, int height) {
+    WNDCLASSA wc = {};
+    wc.lpfnWndProc = proc;
+    wc.hInstance = GetModuleHandleA(NULL);
+    wc.lpszClassName = cls;
+    RegisterClassA(&wc);
+    return CreateWindowA(cls, title, style, 0, 0, width, height, NULL, NULL, wc.hInstance, NULL);
+}
+
 inline void write_file(const std::string& path, const std::string& data) {
     std::ofstream(path, std::ios::binary) << data;
 }

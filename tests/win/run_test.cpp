@@ -130,12 +130,7 @@ static LRESULT CALLBACK counting_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 TEST_F(Run, PumpDispatchesTheHostsMessagesAndLeavesWmQuitToTheHost) {
-    WNDCLASSA wc = {};
-    wc.lpfnWndProc = counting_proc;
-    wc.hInstance = GetModuleHandleA(NULL);
-    wc.lpszClassName = "tsl_counting";
-    RegisterClassA(&wc);
-    HWND w = CreateWindowA("tsl_counting", "", 0, 0, 0, 10, 10, NULL, NULL, wc.hInstance, NULL);
+    HWND w = test_window("tsl_counting", counting_proc, "", 0, 10, 10);
     ASSERT_NE(nullptr, w);
     HostContext host;
     g_user_messages = 0;

@@ -207,13 +207,7 @@ static LRESULT CALLBACK recording_proc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
 // IntControl 25 counts the children of each class, 23 posts a message with its
 // parameters (22 sending a text is seen by the script test control/intcontrol).
 TEST_F(CoreWindows, IntControlPostsAndCountsChildWindows) {
-    WNDCLASSA wc = {};
-    wc.lpfnWndProc = recording_proc;
-    wc.hInstance = GetModuleHandleA(NULL);
-    wc.lpszClassName = "TslCoreIntControlTest";
-    RegisterClassA(&wc);
-    HWND top = CreateWindowA("TslCoreIntControlTest", "intcontrol target", WS_OVERLAPPEDWINDOW, 0, 0, 200, 200,
-                             NULL, NULL, wc.hInstance, NULL);
+    HWND top = test_window("TslCoreIntControlTest", recording_proc, "intcontrol target", WS_OVERLAPPEDWINDOW, 200, 200);
     ASSERT_NE(nullptr, top);
     CreateWindowA("BUTTON", "b1", WS_CHILD, 0, 0, 10, 10, top, NULL, NULL, NULL);
     CreateWindowA("BUTTON", "b2", WS_CHILD, 0, 20, 10, 10, top, NULL, NULL, NULL);

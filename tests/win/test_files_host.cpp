@@ -109,12 +109,7 @@ static LRESULT CALLBACK listener_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
 }
 
 TEST_F(FilesHost, IniWriteAnnouncesTheSection) {
-    WNDCLASSA wc = {};
-    wc.lpfnWndProc = listener_proc;
-    wc.hInstance = GetModuleHandleA(NULL);
-    wc.lpszClassName = "tslfiles_listener";
-    RegisterClassA(&wc);
-    HWND listener = CreateWindowA("tslfiles_listener", "listener", WS_OVERLAPPED, 0, 0, 10, 10, NULL, NULL, wc.hInstance, NULL);
+    HWND listener = test_window("tslfiles_listener", listener_proc, "listener", WS_OVERLAPPED, 10, 10);
     ASSERT_TRUE(listener != NULL);
     g_announced.clear();
     HostContext host;
