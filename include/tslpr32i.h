@@ -88,6 +88,31 @@ typedef long(WINAPI* TslCommandProc)(HWND main_window, LPARAM host_value, long m
                                      TslAnswerProc answer, void* answer_record, LPCSTR t1, LPCSTR t2,
                                      LPCSTR t3, LPCSTR t4, LPCSTR t5);
 
+/* ---- Command extenders ----
+   A command extender is a DLL named by CMDEXTDLL in [MAIN] of TSLPROCS.INI.
+   It exports the four entries below under these plain names (on 32-bit
+   the decorated forms NAME@N and _NAME@N are found as well) and adds up to
+   TSL_EXTENDER_MAX functions or constants; command i of the extender is
+   keyword id TSL_EXTENDER_BASE + i. See docs/extenders.md. */
+#define TSL_EXTENDER_BASE 272      /* keyword id of the extender's command 0 */
+#define TSL_EXTENDER_MAX 20        /* commands an extender may add */
+#define TSL_EXTENDER_NAME_SIZE 14  /* name buffer of COMEXT_GETNEWCOMMAND: at most 13 characters */
+#define TSL_EXTENDER_MAX_ARGS 5    /* arguments of an extender function, all passed as text */
+
+/* COMEXT_INIT: nonzero and not -1 accepts; 0 or -1 leaves the extender unused. */
+typedef long(WINAPI* TslExtInitProc)(HINSTANCE host, HINSTANCE interpreter, long magic, long reserved);
+/* COMEXT_GETNEWCOMMAND: delivers command `index` (0..19) and returns 1, or
+   returns anything else when there are no more. *kind = TSL_KIND_FUNCTION
+   with *value = argument count (0..5), or TSL_KIND_CONSTANT with *value =
+   the constant; name = the command's name (NUL-terminated, name_size
+   bytes at most). */
+typedef long(WINAPI* TslExtGetCommandProc)(HINSTANCE host, HINSTANCE interpreter, long magic, long index,
+                                           long slots_left, long* kind, long* value, char* name,
+                                           long name_size);
+/* COMEXT_PROCESSCOMMAND has the type TslCommandProc (below); `command` is
+   the extender's command index. COMEXT_DONE's result is ignored. */
+typedef long(WINAPI* TslExtDoneProc)(HINSTANCE host, HINSTANCE interpreter, long magic);
+
 /* ---- Exported functions ---- */
 WORD WINAPI DoDaDllInit(HINSTANCE host, HGLOBAL context, WPARAM handle_or_value, int mode, LPARAM host_value,
                         LPCSTR text1, LPCSTR text2);

@@ -19,6 +19,7 @@ const unsigned FILE_SLOTS = 5;
 const unsigned FILE_LINE_MAX = 1258;  // bytes of a line read by FileRead
 const unsigned PATH_BUF = 260;
 const unsigned CALL_DEPTH_MAX = 6;
+const unsigned DDE_CHANNELS = 10;     // DDE conversations of one context, numbered 1..10
 
 struct VarSlot {
     char name[32];
@@ -35,6 +36,13 @@ struct FileSlot {
 enum ErrorModeKind : uint8_t { EM_OFF = 0, EM_CANCEL = 1, EM_NOTIFY = 2 };
 enum Severity : int { SEV_MODERATE = 0, SEV_MINOR = 1, SEV_FATAL = 13 };
 enum LanguageState : uint8_t { LANG_UNKNOWN = 0, LANG_TABLE = 1, LANG_FILE = 2 };
+
+// A DDE channel: the conversation (none = free) and its two string handles.
+struct DdeChannel {
+    PHandle conversation;
+    PHandle service;
+    PHandle topic;
+};
 
 // The host command procedure and extender entry: eleven arguments.
 typedef int32_t(TSL_CALL* AnswerFn)(int32_t code, int32_t reserved, void* answer,
@@ -119,7 +127,10 @@ struct Context {
     intptr_t host_value;            // passed to every command call
     PHandle wait_cursor, arrow_cursor, current_cursor;
     int32_t font_width, font_height;   // system fixed font metrics
-    uint32_t dde_timeout;
+    uint32_t dde_timeout;           // DDE transaction time-out, ms
+    uint32_t dde_instance;          // DDEML instance, 0 until the first DDEInitiate
+    uint8_t dde_ready;              // DdeInitialize done for this context
+    DdeChannel dde_channels[DDE_CHANNELS];
     uint32_t random_seed;
     char host_name1[21], host_name2[8], host_name3[21], host_name4[21];
     char delim1[2], delim2[2];

@@ -6,6 +6,8 @@
 #include "../../include/tslpr32i.h"
 #include "startup_win32.h"
 #include "../files/file_handles.h"
+#include "../interapp/dde_client.h"
+#include "../interapp/extender_loader.h"
 #include "context.h"
 #include "bounded.h"
 #include "command_call.h"
@@ -27,7 +29,6 @@ const char kClassDialog2[] = "ts0wcdl2";
 
 static const char kSettingsFile[] = "TSLPROCS.INI";  // a bare name: the Windows directory
 static bool g_process_ready = false;                  // process-wide state and classes done
-static char g_extender_file[PATH_BUF];                // CMDEXTDLL, read at the first attach
 
 // Plain, not atomic: DoDaDllInit calls wait for each other by polling.
 static volatile int g_busy = 0;
@@ -209,11 +210,7 @@ static WORD mode_heap(HGLOBAL block, HGLOBAL heap_block, LPARAM heap_size, const
     ctx->heap_block = heap_block;
     ctx->heap_size = size;
     ctx->heap = nullptr;  // locked afresh by every run and service
-    if (g_attached == 0) {
-        // The command extender named in the settings; its loading comes later.
-        plat_profile_string(kSettingsFile, "MAIN", "CMDEXTDLL", "TSXDNETX.DLL", g_extender_file,
-                            sizeof g_extender_file);
-    }
+    if (g_attached == 0) extender_load(ctx);
     if (!ctx->attached) { ctx->attached = 1; ++g_attached; }
     ctx->initialised = 1;
     plat_pump_messages(ctx);
@@ -235,9 +232,11 @@ static WORD mode_shutdown(HGLOBAL block) {
         ctx->error = 0;
     }
     files_close_all(ctx);
+    dde_shutdown(ctx);
     if (ctx->attached) {
         ctx->attached = 0;
-        if (--g_attached == 0 && g_texture_brush) {
+        if (--g_attached == 0) extender_unload();
+        if (g_attached == 0 && g_texture_brush) {
             // The dialog classes keep the brush as their background: after
             // the last shutdown they paint with the window colour instead.
             SetLastError(0);
