@@ -109,6 +109,14 @@ typedef long(WINAPI* TslExtInitProc)(HINSTANCE host, HINSTANCE interpreter, long
 typedef long(WINAPI* TslExtGetCommandProc)(HINSTANCE host, HINSTANCE interpreter, long magic, long index,
                                            long slots_left, long* kind, long* value, char* name,
                                            long name_size);
+/* The answer record handed to a command call: it starts with the interpreter
+   context of the run in progress (for ProcessSubExpression, get_token and
+   find_var; GlobalHandle(context) gives the block that DLLServices takes). */
+typedef struct TslAnswerRecord {
+    void* context;
+    void* reserved;
+} TslAnswerRecord;
+
 /* COMEXT_PROCESSCOMMAND has the type TslCommandProc (below); `command` is
    the extender's command index. COMEXT_DONE's result is ignored. */
 typedef long(WINAPI* TslExtDoneProc)(HINSTANCE host, HINSTANCE interpreter, long magic);

@@ -2,6 +2,7 @@
 // the lexer and the evaluator and allocate in the run's string heap from
 // inside a command call, with the context of that call.
 #include <windows.h>
+#include <cstddef>
 #include "../../include/tslpr32i.h"
 #include "context.h"
 #include "command_call.h"
@@ -15,6 +16,8 @@ static_assert(sizeof(TslKeywordRecord) == sizeof(tsl::KeywordRecord), "one keywo
 static_assert(TSL_CONTEXT_SIZE == tsl::CONTEXT_SIZE, "one context size");
 static_assert(TSL_VARSLOT_SIZE == sizeof(tsl::VarSlot), "one variable slot size");
 static_assert(TSL_INTERFACE_MAGIC == tsl::INTERFACE_MAGIC, "one magic number");
+static_assert(sizeof(TslAnswerRecord) == sizeof(tsl::AnswerRecord) && offsetof(tsl::AnswerRecord, ctx) == 0,
+              "the public answer record starts with the context");
 
 extern "C" void WINAPI ProcessSubExpression(void* context, TslValue* value) {
     tsl::eval_expression((tsl::Context*)context, (tsl::Value*)value);

@@ -46,6 +46,14 @@ FARPROC entry(HMODULE m, const char* name, int arg_bytes) {
     return GetProcAddress(m, decorated);
 }
 
+// CmdExtDllError = "Dll Not Found", written only when it says something
+// else: every host start without an extender would rewrite the file.
+void note_missing() {
+    char note[64];
+    GetPrivateProfileStringA("MAIN", kErrorKey, kErrorDefault, note, sizeof note, kSettings);
+    if (strcmp(note, "Dll Not Found") != 0) WritePrivateProfileStringA("MAIN", kErrorKey, "Dll Not Found", kSettings);
+}
+
 // The library by the file name of the setting: the path as given, else
 // the program's directory, the current directory, the system directories
 // and PATH. nullptr (and the note in the settings) when it is not there.
@@ -53,7 +61,7 @@ HMODULE load_library(const char* name) {
     char full[MAX_PATH];
     HMODULE m = nullptr;
     if (SearchPathA(nullptr, name, nullptr, sizeof full, full, nullptr)) m = LoadLibraryA(full);
-    if (!m) WritePrivateProfileStringA("MAIN", kErrorKey, "Dll Not Found", kSettings);
+    if (!m) note_missing();
     return m;
 }
 
