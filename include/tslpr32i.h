@@ -42,6 +42,9 @@ extern "C" {
 #define TSL_SERVICE_RUN_RESULT 111   /* result: the last run's loop result: 1 end, 0 exit/error/break,
                                         -1 return */
 #define TSL_SERVICE_RUN_BREAK 112    /* result: 1 when the last run was stopped by a user break */
+#define TSL_SERVICE_DDE_DEBUG 120    /* p1 = 1: shows "DDE SERVER MODE" and returns a hidden window that
+                                        shows every raw DDE message it gets in a "DDE DEBUG" box;
+                                        p1 = 0: destroys window p2 */
 
 /* Keyword kinds of a keyword record */
 #define TSL_KIND_FUNCTION 2

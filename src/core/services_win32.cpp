@@ -5,6 +5,7 @@
 #include "context.h"
 #include "bounded.h"
 #include "vars.h"
+#include "../interapp/dde_debug_window.h"
 
 using namespace tsl;
 
@@ -65,6 +66,10 @@ LRESULT service(Context* ctx, int code, LPARAM p1, LPARAM p2, LPARAM p3) {
     case TSL_SERVICE_RUN_ERROR: return ctx->run_error;
     case TSL_SERVICE_RUN_RESULT: return ctx->run_result;
     case TSL_SERVICE_RUN_BREAK: return ctx->break_flag != 0;
+    case TSL_SERVICE_DDE_DEBUG:
+        if (p1) return (LRESULT)dde_debug_window_open();
+        dde_debug_window_close((PHandle)p2);
+        return 1;
     default: return 0;
     }
 }

@@ -2,6 +2,7 @@
 // (dde_test_server.h) and against Wine's program-manager server "Progman".
 // Scripts run in a host context; fatal errors are reported to standard error.
 #include "host_harness.h"
+#include <dde.h>
 #include "dde_test_server.h"
 
 class Dde : public DllTest {
@@ -140,4 +141,35 @@ TEST_F(Dde, ProgmanGroups) {
         if (!w) break;
         PostMessageA(w, WM_CLOSE, 0, 0);
     }
+}
+
+// The diagnostic server window: one "DDE DEBUG" box per raw DDE message and
+// for WM_CLOSE and WM_DESTROY; other messages pass by without a box.
+TEST_F(Dde, DiagnosticServerWindow) {
+    StderrCapture err;
+    HostContext host;
+    HWND w = (HWND)host.service(TSL_SERVICE_DDE_DEBUG, 1);
+    ASSERT_TRUE(IsWindow(w));
+    struct { int line; UINT msg; const char* box; } rows[] = {
+        {__LINE__, WM_DDE_TERMINATE, "BOX(DDE DEBUG): DDE TERMINATE\r\n"},
+        {__LINE__, WM_DDE_ADVISE, "BOX(DDE DEBUG): DDE Advise\r\n"},
+        {__LINE__, WM_DDE_UNADVISE, "BOX(DDE DEBUG): DDE UnAdvise\r\n"},
+        {__LINE__, WM_DDE_REQUEST, "BOX(DDE DEBUG): DDE Request\r\n"},
+        {__LINE__, WM_DDE_POKE, "BOX(DDE DEBUG): DDE Poke\r\n"},
+        {__LINE__, WM_DDE_EXECUTE, "BOX(DDE DEBUG): DDE Execute\r\n"},
+        {__LINE__, WM_CLOSE, "BOX(DDE DEBUG): WM_CLOSE\r\n"},
+        {__LINE__, WM_USER, ""},
+    };
+    std::string before = err.text();
+    EXPECT_EQ("BOX(DEBUG): DDE SERVER MODE\r\n", before);
+    for (auto& r : rows) {
+        SendMessageA(w, r.msg, 0, 0);
+        std::string now = err.text();
+        EXPECT_EQ(r.box, now.substr(before.size())) << "row at line " << r.line;
+        before = now;
+    }
+    EXPECT_TRUE(IsWindow(w)) << "WM_CLOSE is only shown";
+    host.service(TSL_SERVICE_DDE_DEBUG, 0, (LPARAM)w);
+    EXPECT_FALSE(IsWindow(w));
+    EXPECT_EQ("BOX(DDE DEBUG): WM_DESTRPY\r\n", err.text().substr(before.size()));
 }

@@ -185,6 +185,9 @@ TEST_F(Extender, SampleExtender) {
         {__LINE__, "Echo(FileLines(\"" + dir.at("three.txt") + "\"))", "3\n", 0},
         {__LINE__, "Echo(SplitToVars(\"w\", \" alpha  beta\tgamma \"))\r\nEcho(w2)", "3\nbeta\n", 0},
         {__LINE__, "ErrorMode(@off)\r\nFileLines(\"" + dir.at("none.txt") + "\")\r\nEcho(\"on\")", "on\n", 0},
+        {__LINE__, read_file(TSL_SOURCE_DIR "/examples/extender.tsl"),
+         "Extender: " + beside_program("TSLSAMPLE.dll") + "\ndesserts\nThis computer: " + computer +
+             "\nLongest path: 260\n3 words, the second is green\n", 0},
     };
     g_dll.console(1);
     StderrCapture err;
