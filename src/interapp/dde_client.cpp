@@ -12,6 +12,7 @@
 // conversation is not kept (see docs/dde.md).
 #include <windows.h>
 #include <ddeml.h>
+#include <cstring>
 #include "dde_client.h"
 #include "../functions/families.h"
 #include "../ui/dialog_contexts.h"
@@ -36,11 +37,28 @@ static void clear_channel(Context* ctx, DdeChannel* ch) {
     free_string(ctx, &ch->topic);
 }
 
+// Whether DDEML still counts the conversation as connected.
+static bool still_connected(PHandle conv) {
+    CONVINFO ci;
+    memset(&ci, 0, sizeof ci);
+    ci.cb = sizeof ci;
+    return DdeQueryConvInfo((HCONV)conv, QID_SYNC, &ci) && (ci.wStatus & ST_CONNECTED);
+}
+
+// A conversation that the server has ended frees its channel even when
+// the callback was not told (Wine does not tell it); DDEML lets go of it.
+static void free_if_ended(Context* ctx, DdeChannel* ch) {
+    if (!ch->conversation || still_connected(ch->conversation)) return;
+    DdeDisconnect((HCONV)ch->conversation);
+    clear_channel(ctx, ch);
+}
+
 // The open channel of a channel number, or nullptr with 3152 (outside
 // 1..10) or 3139 (not open).
 static DdeChannel* open_channel(Context* ctx, int32_t number) {
     if (number < 1 || number > (int32_t)DDE_CHANNELS) { fail(ctx, 3152); return nullptr; }
     DdeChannel* ch = &ctx->dde_channels[number - 1];
+    free_if_ended(ctx, ch);
     if (!ch->conversation) { fail(ctx, 3139); return nullptr; }
     return ch;
 }
@@ -68,6 +86,7 @@ static void fn_dde_initiate(Context* ctx, Value* r, Value* a) {
         ctx->dde_instance = inst;
         ctx->dde_ready = 1;
     }
+    for (DdeChannel& ch : ctx->dde_channels) free_if_ended(ctx, &ch);
     unsigned n = 0;
     while (n < DDE_CHANNELS && ctx->dde_channels[n].conversation) ++n;
     if (n == DDE_CHANNELS) { fail(ctx, 3138); return; }
