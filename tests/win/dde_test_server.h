@@ -1,6 +1,7 @@
 // A DDE server of the tests' own on DDEML, on a thread of the test program:
-// services "TslTestServer" and "TslTestServer2" to "TslTestServer11", topic
-// "Test" (Wine's DDEML gives a client one conversation per service). It takes executes and pokes,
+// services "TslTestServer_<pid>_" and the same followed by 2 to 11, topic
+// "Test" (Wine's DDEML gives a client one conversation per service; the
+// process id keeps test programs that run at the same time apart). It takes executes and pokes,
 // answers requests, and on purpose misbehaves for some names:
 //   execute "[refuse]"      refused (DDE_FNOTPROCESSED)
 //   execute "[slow]"        answered after `delay_ms`
@@ -22,7 +23,13 @@
 
 class DdeTestServer {
 public:
-    static constexpr const char* kService = "TslTestServer";
+    const std::string service = "TslTestServer_" + std::to_string(GetCurrentProcessId()) + "_";
+    // The script text with every "TslTestServer" made this server's name.
+    std::string here(std::string text) const {
+        for (size_t at = 0; (at = text.find("TslTestServer", at)) != std::string::npos; at += service.size())
+            text.replace(at, 13, service);
+        return text;
+    }
     static constexpr const char* kTopic = "Test";
     explicit DdeTestServer(DWORD delay_ms = 1500) : delay_ms_(delay_ms) {
         self_ = this;
@@ -117,10 +124,10 @@ private:
         MSG msg;
         PeekMessageA(&msg, NULL, 0, 0, PM_NOREMOVE);  // the thread's queue exists before anyone posts
         DdeInitializeA(&inst_, callback, APPCLASS_STANDARD | CBF_SKIP_REGISTRATIONS | CBF_SKIP_UNREGISTRATIONS, 0);
-        HSZ service = DdeCreateStringHandleA(inst_, kService, CP_WINANSI);
-        DdeNameService(inst_, service, NULL, DNS_REGISTER);
+        HSZ name0 = DdeCreateStringHandleA(inst_, service.c_str(), CP_WINANSI);
+        DdeNameService(inst_, name0, NULL, DNS_REGISTER);
         for (int i = 2; i <= 11; ++i) {
-            std::string name = std::string(kService) + std::to_string(i);
+            std::string name = service + std::to_string(i);
             DdeNameService(inst_, DdeCreateStringHandleA(inst_, name.c_str(), CP_WINANSI), NULL, DNS_REGISTER);
         }
         ready_ = true;
@@ -129,8 +136,8 @@ private:
             TranslateMessage(&msg);
             DispatchMessageA(&msg);
         }
-        DdeNameService(inst_, service, NULL, DNS_UNREGISTER);
-        DdeFreeStringHandle(inst_, service);
+        DdeNameService(inst_, NULL, NULL, DNS_UNREGISTER);
+        DdeFreeStringHandle(inst_, name0);
         DdeUninitialize(inst_);
     }
 

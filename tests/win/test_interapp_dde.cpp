@@ -1,6 +1,7 @@
 // The DDE client functions against a DDEML server of the tests' own
 // (dde_test_server.h) and against Wine's program-manager server "Progman".
 // Scripts run in a host context; fatal errors are reported to standard error.
+// "TslTestServer" in a script stands for this program's server (here()).
 #include "host_harness.h"
 #include <dde.h>
 #include "dde_test_server.h"
@@ -14,7 +15,7 @@ protected:
     std::pair<std::string, long> run(const std::vector<std::string>& lines) {
         StderrCapture err;
         HostContext host;
-        host.run(crlf(lines));
+        host.run(server.here(crlf(lines)));
         return {host.out, host.error()};
     }
 };
@@ -34,9 +35,6 @@ TEST_F(Dde, FunctionsAndErrors) {
         {__LINE__, {OPEN, "r = DDERequest(c, \"secret\")", "Echo(r == \"***NACK***\")"}, "1\n", 0},
         {__LINE__, {OPEN, "Echo(DDETerminate(c))", "Echo(DDEExecute(c, \"[x]\"))"}, "1\n", 3139},
         {__LINE__, {"Echo(DDETimeout(500))", "Echo(DDETimeout(-7))", "Echo(DDETimeout(3000))"}, "3000\n500\n-7\n", 0},
-        // A delayed answer past a short time-out: the request NACKs, the execute gives 0.
-        {__LINE__, {OPEN, "DDETimeout(300)", "Echo(DDERequest(c, \"slow\"))"}, "***NACK***\n", 0},
-        {__LINE__, {OPEN, "DDETimeout(300)", "Echo(DDEExecute(c, \"[slow]\"))"}, "0\n", 0},
         {__LINE__, {OPEN, "x = DDERequest(c, \"big\")", "Echo(\"not reached\")"}, "", 3096},
         {__LINE__, {"DDEExecute(0, \"[x]\")"}, "", 3152},
         {__LINE__, {"DDEExecute(11, \"[x]\")"}, "", 3152},
@@ -58,6 +56,22 @@ TEST_F(Dde, FunctionsAndErrors) {
         EXPECT_EQ(r.out, got.first) << "row at line " << r.line;
         EXPECT_EQ(r.error, got.second) << "row at line " << r.line;
         EXPECT_TRUE(server.wait_conversations(0)) << "row at line " << r.line << ": shutdown ends every conversation";
+    }
+}
+
+// A delayed answer past a short time-out: the request NACKs, the execute
+// gives 0, no error. (Under Wine the conversation answers nothing more
+// afterwards, and its server may miss the terminate of the shutdown: no
+// further use and no count of the server's conversations here.)
+TEST_F(Dde, DelayedAnswerPastTheTimeout) {
+    struct { int line; const char* slow; const char* out; } rows[] = {
+        {__LINE__, "Echo(DDERequest(c, \"slow\"))", "***NACK***\n"},
+        {__LINE__, "Echo(DDEExecute(c, \"[slow]\"))", "0\n"},
+    };
+    for (auto& r : rows) {
+        auto got = run({OPEN, "Echo(DDETimeout(300))", r.slow, "Echo(DDETimeout(3000))"});
+        EXPECT_EQ(std::string("3000\n") + r.out + "300\n", got.first) << "row at line " << r.line;
+        EXPECT_EQ(0, got.second) << "row at line " << r.line;
     }
 }
 
@@ -100,11 +114,11 @@ TEST_F(Dde, ServerDisconnectFreesTheChannel) {
     for (auto& r : rows) {
         StderrCapture err;
         HostContext host;
-        host.run(crlf({OPEN, "Echo(DDEExecute(c, \"[bye]\"))"}));
+        host.run(server.here(crlf({OPEN, "Echo(DDEExecute(c, \"[bye]\"))"})));
         EXPECT_EQ("1\n", host.out) << "row at line " << r.line;
         EXPECT_TRUE(server.wait_conversations(0)) << "row at line " << r.line;
         host.out.clear();
-        host.run(crlf({r.after}));
+        host.run(server.here(crlf({r.after})));
         EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
         EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
     }
@@ -115,7 +129,7 @@ TEST_F(Dde, ChannelsOutliveARunAndEndAtShutdown) {
     {
         StderrCapture err;
         HostContext host;
-        host.run(crlf({OPEN, "d = " + initiate(2)}));
+        host.run(server.here(crlf({OPEN, "d = " + initiate(2)})));
         EXPECT_TRUE(server.wait_conversations(2));
         host.run(crlf({"Echo(DDEExecute(2, \"[second run]\"))", "Echo(DDERequest(1, \"log\"))"}));
         EXPECT_EQ("1\n[second run]\n", host.out);
