@@ -39,11 +39,14 @@ Extender g_ext;
 FARPROC entry(HMODULE m, const char* name, int arg_bytes) {
     FARPROC p = GetProcAddress(m, name);
     if (p || sizeof(void*) != 4) return p;
-    char decorated[48];
-    wsprintfA(decorated, "%s@%d", name, arg_bytes);
-    if ((p = GetProcAddress(m, decorated)) != nullptr) return p;
-    wsprintfA(decorated, "_%s@%d", name, arg_bytes);
-    return GetProcAddress(m, decorated);
+    char size[32], decorated[48];
+    integer_to_text(arg_bytes, size, 10);
+    decorated[0] = '_';
+    bounded_copy(nullptr, decorated + 1, name, sizeof decorated - 1);
+    bounded_append(nullptr, decorated, "@", sizeof decorated);
+    bounded_append(nullptr, decorated, size, sizeof decorated);
+    if ((p = GetProcAddress(m, decorated + 1)) != nullptr) return p;  // NAME@N
+    return GetProcAddress(m, decorated);                              // _NAME@N
 }
 
 // CmdExtDllError = "Dll Not Found", written only when it says something
