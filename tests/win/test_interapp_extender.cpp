@@ -48,6 +48,7 @@ TEST_F(Extender, AcceptedCommandsAndRefusedDefinitions) {
         {__LINE__, "Echo(@extconst)", "-314159\n"},
         {__LINE__, "Echo(extnamefourtn())", "6\n"},
         {__LINE__, "Echo(extlast())", "8\n"},
+        {__LINE__, "extsix = 5\r\nEcho(extsix)", "5\n"},  // the refused slot is empty: a plain variable
         {__LINE__, "Echo(IntControl(10, \"0\", \"\", \"\", \"\"))", "1\n"},
         {__LINE__, "Echo(IntControl(10, \"1\", \"\", \"\", \"\"))", "42\n"},
         {__LINE__, "Echo(IntControl(10, \"2\", \"\", \"\", \"\"))", "100010205\n"},
