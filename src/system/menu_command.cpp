@@ -2,11 +2,12 @@
 // user would, by posting the window the item's command.
 //
 // The item is looked up by its text through the whole menu tree, depth
-// first, top to bottom. Both the item's text and the name asked for are
-// compared in a plain form: "&" marks are dropped ("&&" stays one "&"), the
-// hot-key text after a tab is dropped, a trailing "..." is dropped, and the
-// case of letters does not count. So "Save As", "save as..." and
-// "Save &As...\tCtrl+Shift+S" all name the same item.
+// first, top to bottom, and compared as the user reads it: "&" marks are
+// dropped ("&&" shows one "&"), so is the hot-key text after a tab and a
+// trailing "...", and the case of letters does not count. The name asked
+// for matches when it equals that form either as written (so "Fish & Chips"
+// finds "Fish && Chips") or read the same way (so "Save &As...\tCtrl+S"
+// finds "Save &As..."). "Save As" and "save as..." name the same item.
 #include "window_find.h"
 #include <cstring>
 #include "../core/bounded.h"
@@ -19,10 +20,11 @@ namespace {
 const unsigned MENU_TEXT = 257;
 const int MENU_DEPTH_MAX = 8;   // submenus searched at most this deep
 
-void plain_item_text(const char* in, char* out) {
+// The text as the user reads it; with `marks` false the "&" are kept.
+void plain_item_text(const char* in, char* out, bool marks = true) {
     unsigned n = 0;
     for (const char* p = in; *p && *p != '\t' && n < MENU_TEXT - 1; ++p) {
-        if (*p == '&') {
+        if (marks && *p == '&') {
             if (p[1] != '&') continue;
             ++p;
         }
@@ -32,15 +34,18 @@ void plain_item_text(const char* in, char* out) {
     out[n] = 0;
 }
 
-// The command id of the item named `want` (in plain form), or -1.
-int find_item(HMENU menu, const char* want, int depth) {
+struct MenuName { char as_written[MENU_TEXT], as_read[MENU_TEXT]; };
+
+// The command id of the item with that name, or -1.
+int find_item(HMENU menu, const MenuName& want, int depth) {
     int count = GetMenuItemCount(menu);
     for (int i = 0; i < count; ++i) {
         char text[MENU_TEXT], plain[MENU_TEXT];
         if (GetMenuStringA(menu, (UINT)i, text, sizeof text, MF_BYPOSITION) <= 0) continue;
         HMENU sub = GetSubMenu(menu, i);
         plain_item_text(text, plain);
-        if (!sub && lstrcmpiA(plain, want) == 0) return (int)GetMenuItemID(menu, i);
+        if (!sub && (lstrcmpiA(plain, want.as_read) == 0 || lstrcmpiA(plain, want.as_written) == 0))
+            return (int)GetMenuItemID(menu, i);
         if (sub && depth < MENU_DEPTH_MAX) {
             int id = find_item(sub, want, depth + 1);
             if (id >= 0) return id;
@@ -55,8 +60,9 @@ void fn_send_menus_to(Context* ctx, Value* r, Value* a) {
     SetForegroundWindow(w);
     HMENU menu = GetMenu(w);
     if (!menu || !IsMenu(menu)) { fail(ctx, 1315); return; }
-    char want[MENU_TEXT];
-    plain_item_text(value_text(ctx, a[2]), want);
+    MenuName want;
+    plain_item_text(value_text(ctx, a[2]), want.as_read);
+    plain_item_text(value_text(ctx, a[2]), want.as_written, false);
     int id = find_item(menu, want, 0);
     if (id < 0) { fail(ctx, 1316); return; }
     if (!PostMessageA(w, WM_COMMAND, MAKEWPARAM(id, 0), 0)) { fail(ctx, 1317); return; }

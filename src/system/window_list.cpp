@@ -49,7 +49,8 @@ struct CloseWalk {
 
 // Reads the whole argument list from its start; with a title, tells whether
 // any argument matches it. Errors: 2038 for a list not closed by ")" or an
-// argument that is a number, 3056 for one that has no value.
+// argument that is a number, 3056 for one that has no text to give (an open
+// file handle, or no value at all).
 bool close_list_matches(CloseWalk* walk, const char* title) {
     Context* ctx = walk->ctx;
     ctx->cursor = walk->start;
@@ -63,7 +64,7 @@ bool close_list_matches(CloseWalk* walk, const char* title) {
         v.flags = 0;
         if (!eval_next_argument(ctx, &v, &last, 2038) || ctx->error) { value_free(ctx, &v); return false; }
         if (!(v.flags & VF_STR)) {
-            fail(ctx, value_defined(v) ? 2038 : 3056);
+            fail(ctx, (v.flags & VF_HANDLE) || !value_defined(v) ? 3056 : 2038);
             value_free(ctx, &v);
             return false;
         }
