@@ -102,7 +102,7 @@ bool window_module_name(HWND w, char* out, DWORD size) {
 void fn_win_exe_name(Context* ctx, Value* r, Value* a) {
     HWND w = window_target(ctx, value_text(ctx, a[1]));
     char name[MAX_PATH] = "";
-    if (!w) { fail(ctx, 1172); value_set_text(ctx, r, ""); return; }
+    if (!w) { fail(ctx, 1172); return; }
     if (!window_module_name(w, name, sizeof name)) name[0] = 0;
     value_set_text(ctx, r, name);
 }

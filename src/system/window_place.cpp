@@ -18,7 +18,7 @@ int clamp(int v, int lo, int hi) { return v < lo ? lo : v > hi ? hi : v; }
 
 void fn_win_position(Context* ctx, Value* r, Value* a) {
     HWND w = window_target(ctx, value_text(ctx, a[1]));
-    if (!w) { fail(ctx, 1119); value_set_text(ctx, r, ""); return; }
+    if (!w) { fail(ctx, 1119); return; }
     RECT rc;
     GetWindowRect(w, &rc);
     int sw = screen_width(), sh = screen_height();
