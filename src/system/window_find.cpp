@@ -35,7 +35,7 @@ HWND window_find(Context* ctx, const char* pattern) {
 }
 
 HWND window_target(Context* ctx, const char* title) {
-    if (!title[0]) return (HWND)ctx->owner;
+    if (!title[0]) return IsWindow((HWND)ctx->owner) ? (HWND)ctx->owner : nullptr;
     return window_find(ctx, title);
 }
 

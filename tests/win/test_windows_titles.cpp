@@ -56,9 +56,13 @@ TEST_F(WinTitles, PatternFindsFirstMatchInZOrder) {
     }
     raise_in_order({w[1], w[0]});   // now "Zq Note" is above "Zq Notepad - x"
     EXPECT_EQ(hwnd_text(w[1]), eval("IntControl(21, \"Zq Note\", \"\", \"\", \"\")"));
-    // An empty title means the host window.
+    // An empty title means the host window; for IntControl 21 the main window
+    // (the host window of the context's first run).
     EXPECT_EQ("0", eval("WinExist(\"\")"));
     EXPECT_EQ("1", eval("WinExist(\"\")", w[4]));
+    HostContext fresh;
+    fresh.run("r = IntControl(21, \"\", \"\", \"\", \"\")\r\n", HostContext::echo_proc, HostContext::kEcho, w[2]);
+    EXPECT_EQ(hwnd_text(w[2]), fresh.get("r"));
 }
 
 static BOOL CALLBACK collect_titles(HWND w, LPARAM lp) {
@@ -79,6 +83,16 @@ TEST_F(WinTitles, WinItemizeListsTitledWindowsInZOrderWithTrailingTab) {
     EXPECT_EQ(std::string::npos, list.find("\t\t"));
     EXPECT_EQ(std::string::npos, list.find("WinOldAp"));
     EXPECT_EQ('\t', list.back());
+}
+
+// A list that does not fit the string heap is error 3096.
+TEST_F(WinTitles, WinItemizeTooLongForTheHeapIs3096) {
+    WindowThread other;
+    std::vector<HWND> w;
+    for (int i = 0; i < 12; ++i) w.push_back(other.make((std::to_string(i) + std::string(250, 'y')).c_str()));
+    HostContext small(&g_dll, "tslhosttest", "test host", 200, 2048);
+    small.run("r = WinItemize()\r\n");
+    EXPECT_EQ(3096, small.error());
 }
 
 // Every show-state function on the host window (changed at once) and on
