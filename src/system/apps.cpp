@@ -10,6 +10,7 @@
 #include <windows.h>
 #include <tlhelp32.h>
 #include <cstring>
+#include "window_find.h"
 #include "../core/bounded.h"
 #include "../functions/families.h"
 
@@ -79,10 +80,8 @@ void fn_app_wait_close(Context* ctx, Value* r, Value* a) {
     AppName want;
     app_name(ctx, value_text(ctx, a[1]), &want);
     if (!want.name[0] || !app_running(want)) return;
-    do {
-        plat_break_test(ctx);
-        plat_pump_messages(ctx);
-    } while (!ctx->break_flag && app_running(want));
+    do wait_pause(ctx);
+    while (!ctx->break_flag && app_running(want));
     r->integer = 1;
 }
 

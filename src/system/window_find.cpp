@@ -39,6 +39,12 @@ HWND window_target(Context* ctx, const char* title) {
     return window_find(ctx, title);
 }
 
+void wait_pause(Context* ctx) {
+    plat_break_test(ctx);
+    if (ctx->exclusive) plat_sleep(20);
+    else plat_pump_messages(ctx);
+}
+
 void window_title(HWND window, char* buf) {
     if (GetWindowTextA(window, buf, TITLE_BUF) <= 0) buf[0] = 0;
 }

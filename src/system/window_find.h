@@ -24,6 +24,11 @@ HWND window_target(Context* ctx, const char* title);
 // Reads a window's title (up to 256 characters) into buf (TITLE_BUF bytes).
 void window_title(HWND window, char* buf);
 
+// One pause of a waiting function (WinWaitClose, AppWaitClose), as between
+// two script lines: the user-break test, then 20 ms and the message pump, or
+// only the 20 ms while Exclusive is on.
+void wait_pause(Context* ctx);
+
 // Whether `title` matches `pattern` by the rule above (an empty title and
 // "WinOldAp" included: callers skip those themselves).
 bool window_title_matches(const char* title, const char* pattern);

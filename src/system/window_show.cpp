@@ -95,8 +95,7 @@ void fn_win_wait_close(Context* ctx, Value* r, Value* a) {
     bounded_copy(ctx, pattern, title, sizeof pattern);   // the argument's text may move while messages run
     bool seen = false;
     for (;;) {
-        plat_break_test(ctx);
-        plat_pump_messages(ctx);
+        wait_pause(ctx);
         if (ctx->break_flag || !window_target(ctx, pattern)) break;
         seen = true;
     }

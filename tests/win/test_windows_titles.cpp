@@ -215,6 +215,12 @@ TEST_F(WinTitles, WinWaitCloseReturnsWhenTheWindowGoesOrOnBreak) {
     closer.join();
     EXPECT_FALSE(IsWindow(w));
     EXPECT_EQ("0", eval("WinWaitClose(\"ZqWait\")"));
+    // Exclusive: no messages are handled between looks, but the wait still ends.
+    HWND w2 = other.make("ZqWait exclusive");
+    std::thread closer2([w2] { Sleep(300); PostMessageA(w2, WM_CLOSE, 0, 0); });
+    host.run(crlf({"Exclusive(1)", "r = WinWaitClose(\"ZqWait\")", "Exclusive(0)"}));
+    closer2.join();
+    EXPECT_EQ("1", host.get("r"));
     HWND stays = other.make("ZqWait stays");
     HWND focus = test_window("TslWinHost", DefWindowProcA, "ZqWait host", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 300, 200);
     SetForegroundWindow(focus);
