@@ -18,7 +18,7 @@ bool window_title_matches(const char* title, const char* pattern) {
         size_t n = plen - 1 < TITLE_BUF - 1 ? plen - 1 : TITLE_BUF - 1;
         memcpy(whole, pattern, n);
         whole[n] = 0;
-        return lstrcmpA(title, whole) == 0;
+        return plat_texts_equal(title, whole);
     }
     if (plen > strlen(title)) return false;
     char cut[TITLE_BUF];
