@@ -107,12 +107,13 @@ void fn_win_exe_name(Context* ctx, Value* r, Value* a) {
     value_set_text(ctx, r, name);
 }
 
-// WinIsDos: 1 when the window is a console program's window, else 0.
+// WinIsDos: 1 when the window is a console program's window (the system's
+// console window class; Wine names its own "WineConsoleClass"), else 0.
 void fn_win_is_dos(Context* ctx, Value* r, Value* a) {
     HWND w = window_target(ctx, value_text(ctx, a[1]));
     char cls[64];
     if (!w || !GetClassNameA(w, cls, sizeof cls)) { fail(ctx, 1227); return; }
-    r->integer = strcmp(cls, "ConsoleWindowClass") == 0 ? 1 : 0;
+    r->integer = strcmp(cls, "ConsoleWindowClass") == 0 || strcmp(cls, "WineConsoleClass") == 0 ? 1 : 0;
 }
 
 // FindWindow(class): the title of the first top-level window of that

@@ -120,3 +120,23 @@ TEST_F(WinNotepad, AppWaitCloseReturnsWhenTheProgramHasEnded) {
     EXPECT_EQ("0", host.get("again")) << "not running: 0 at once";
     EXPECT_EQ(WAIT_OBJECT_0, WaitForSingleObject(pi.hProcess, 0)) << "notepad has ended";
 }
+
+// A console program's window is told apart from other windows by WinIsDos.
+TEST_F(WinNotepad, WinIsDosKnowsAConsoleWindow) {
+    STARTUPINFOA si = {};
+    si.cb = sizeof si;
+    PROCESS_INFORMATION cmd = {};
+    char line[] = "cmd.exe";
+    ASSERT_TRUE(CreateProcessA(NULL, line, NULL, NULL, FALSE, CREATE_NEW_CONSOLE, NULL, NULL, &si, &cmd));
+    char sys[MAX_PATH];
+    GetSystemDirectoryA(sys, sizeof sys);
+    std::string title = std::string(sys) + "\\cmd.exe";
+    ASSERT_TRUE(wait_for([&] { return FindWindowA(NULL, title.c_str()) != NULL; })) << title;
+    host.service(TSL_SERVICE_SET_VAR, (LPARAM) "console", (LPARAM)(title + "~").c_str());
+    EXPECT_EQ("1", eval("WinIsDos(console)"));
+    EXPECT_EQ("0", eval("WinIsDos(\"Untitled - Notepad\")"));
+    TerminateProcess(cmd.hProcess, 0);
+    WaitForSingleObject(cmd.hProcess, 10000);
+    CloseHandle(cmd.hProcess);
+    CloseHandle(cmd.hThread);
+}
