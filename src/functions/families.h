@@ -22,4 +22,5 @@ TSL_FAMILY_DECL(kFamilyFileNames)   // files/file_names.cpp: FileItemize, DirIte
 TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake, LogDisk, DiskFree, ...
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 TSL_FAMILY_DECL(kFamilyClipboard)   // periphery/clipboard.cpp: ClipGet, ClipPut, ClipAppend
+TSL_FAMILY_DECL(kFamilyRegistry)    // periphery/registry.cpp: Reg*
 } // namespace tsl
