@@ -23,4 +23,7 @@ TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 TSL_FAMILY_DECL(kFamilyClipboard)   // periphery/clipboard.cpp: ClipGet, ClipPut, ClipAppend
 TSL_FAMILY_DECL(kFamilyRegistry)    // periphery/registry.cpp: Reg*
+TSL_FAMILY_DECL(kFamilySystemInfo)  // periphery/system_info.cpp: DosVersion, ExeTypeInfo, KeyToggle*, MouseInfo, MsgTextGet
+TSL_FAMILY_DECL(kFamilyScriptControl) // periphery/script_control.cpp: ParseData, Terminate, EndSession
+TSL_FAMILY_DECL(kFamilyDllCall)     // periphery/dll_call.cpp: DllCall
 } // namespace tsl
