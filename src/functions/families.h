@@ -26,4 +26,5 @@ TSL_FAMILY_DECL(kFamilyRegistry)    // periphery/registry.cpp: Reg*
 TSL_FAMILY_DECL(kFamilySystemInfo)  // periphery/system_info.cpp: DosVersion, ExeTypeInfo, KeyToggle*, MouseInfo, MsgTextGet
 TSL_FAMILY_DECL(kFamilyScriptControl) // periphery/script_control.cpp: ParseData, Terminate, EndSession
 TSL_FAMILY_DECL(kFamilyDllCall)     // periphery/dll_call.cpp: DllCall
+TSL_FAMILY_DECL(kFamilyObjects)     // periphery/objects.cpp: ObjectOpen, ObjectClose, obj.member (id 21)
 } // namespace tsl

@@ -7,6 +7,7 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv,
     &kFamilyClipboard, &kFamilyRegistry, &kFamilySystemInfo, &kFamilyScriptControl, &kFamilyDllCall,
+    &kFamilyObjects,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }
