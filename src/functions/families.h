@@ -27,4 +27,8 @@ TSL_FAMILY_DECL(kFamilySystemInfo)  // periphery/system_info.cpp: DosVersion, Ex
 TSL_FAMILY_DECL(kFamilyScriptControl) // periphery/script_control.cpp: ParseData, Terminate, EndSession
 TSL_FAMILY_DECL(kFamilyDllCall)     // periphery/dll_call.cpp: DllCall
 TSL_FAMILY_DECL(kFamilyObjects)     // periphery/objects.cpp: ObjectOpen, ObjectClose, obj.member (id 21)
+TSL_FAMILY_DECL(kFamilyMedia)       // periphery/media.cpp: Sounds, PlayMedia, PlayMidi, PlayWaveform
+TSL_FAMILY_DECL(kFamilySnapshot)    // periphery/snapshot.cpp: SnapShot
+TSL_FAMILY_DECL(kFamilyDesktop)     // periphery/desktop.cpp: Wallpaper, IconReplace
+TSL_FAMILY_DECL(kFamilyNetwork)     // periphery/network.cpp: Net*
 } // namespace tsl

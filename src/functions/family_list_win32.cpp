@@ -7,7 +7,7 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv,
     &kFamilyClipboard, &kFamilyRegistry, &kFamilySystemInfo, &kFamilyScriptControl, &kFamilyDllCall,
-    &kFamilyObjects,
+    &kFamilyObjects, &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }

@@ -88,6 +88,16 @@ unsigned clipboard_get_text(Context* ctx, char* buf, unsigned size) {
     return len;
 }
 
+int clipboard_put_bitmap(Context* ctx, void* bitmap) {
+    ClipOwner owner(ctx);
+    if (!open_clipboard(owner.window)) { DeleteObject((HBITMAP)bitmap); return fail(ctx, 1401); }
+    EmptyClipboard();
+    bool ok = SetClipboardData(CF_BITMAP, (HBITMAP)bitmap) != NULL;
+    CloseClipboard();
+    if (!ok) { DeleteObject((HBITMAP)bitmap); return fail(ctx, 1402); }
+    return 1;
+}
+
 int clipboard_put_text(Context* ctx, const char* text) {
     return put_text(ctx, text, (unsigned)strlen(text));
 }
