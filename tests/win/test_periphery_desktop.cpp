@@ -45,15 +45,18 @@ std::string tile_now() {
     return buf;
 }
 
+BOOL CALLBACK first_group(HMODULE, LPCSTR, LPSTR name, LONG_PTR out) {
+    *(WORD*)out = LOWORD((ULONG_PTR)name);
+    return FALSE;
+}
+
 // The bytes of the first image of the program's first icon group.
 std::string first_icon(const std::string& program) {
     HMODULE m = LoadLibraryExA(program.c_str(), NULL, LOAD_LIBRARY_AS_DATAFILE);
     if (!m) return "<no program>";
     std::string bytes;
     WORD group = 0;
-    EnumResourceNamesA(m, (LPCSTR)RT_GROUP_ICON,
-                       [](HMODULE, LPCSTR, LPSTR name, LONG_PTR out) -> BOOL { *(WORD*)out = LOWORD((ULONG_PTR)name); return FALSE; },
-                       (LONG_PTR)&group);
+    EnumResourceNamesA(m, (LPCSTR)RT_GROUP_ICON, first_group, (LONG_PTR)&group);
     HRSRC g = FindResourceA(m, MAKEINTRESOURCEA(group), (LPCSTR)RT_GROUP_ICON);
     const BYTE* dir = g ? (const BYTE*)LockResource(LoadResource(m, g)) : nullptr;
     if (dir) {
