@@ -110,3 +110,35 @@ TEST_F(SystemInfo, DosVersionIsTheSystemsVersion) {
     host.run("r = StrCat(DosVersion(@major), \".\", DosVersion(@minor))\r\n");
     EXPECT_EQ(std::to_string(v.dwMajorVersion) + "." + std::to_string(v.dwMinorVersion), host.get("r"));
 }
+
+// Program types from crafted headers: "MZ" alone, "MZ" leading to "NE" or to
+// "PE" with the console or the GUI subsystem; text and a missing file are 0.
+TEST_F(SystemInfo, ExeTypeInfoReadsTheHeaders) {
+    TempDir dir("tslexetype");
+    auto image = [](const char* sig, WORD subsystem) {
+        std::string s(0x200, '\0');
+        s[0] = 'M'; s[1] = 'Z';
+        s[0x18] = 0x40;                       // e_lfarlc: a new-style header follows
+        s[0x3C] = (char)0x80;                 // e_lfanew
+        memcpy(&s[0x80], sig, 4);
+        size_t at = 0x80 + 4 + sizeof(IMAGE_FILE_HEADER) + offsetof(IMAGE_OPTIONAL_HEADER32, Subsystem);
+        memcpy(&s[at], &subsystem, 2);
+        return s;
+    };
+    std::string dos = image("\0\0\0\0", 0);
+    dos[0x18] = 0x1C;                         // an old DOS program: no new header
+    struct { int line; std::string data; int type; } rows[] = {
+        {__LINE__, dos, 1},
+        {__LINE__, image("NE\0\0", 0), 2},
+        {__LINE__, image("PE\0\0", IMAGE_SUBSYSTEM_WINDOWS_GUI), 3},
+        {__LINE__, image("PE\0\0", IMAGE_SUBSYSTEM_WINDOWS_CUI), 4},
+        {__LINE__, "plain text", 0},
+    };
+    for (auto& r : rows) {
+        write_file(dir.at("p.exe"), r.data);
+        host.run("r = ExeTypeInfo(\"" + dir.at("p.exe") + "\")\r\n");
+        EXPECT_EQ(std::to_string(r.type), host.get("r")) << "row at line " << r.line;
+    }
+    host.run("r = ExeTypeInfo(\"" + dir.at("missing.exe") + "\")\r\n");
+    EXPECT_EQ("0", host.get("r"));
+}
