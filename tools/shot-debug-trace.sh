@@ -20,6 +20,7 @@ for t in $(seq 100); do
 done
 sleep 0.5   # let the dialog paint
 import -display "$DISPLAY" -window root "$out"
+convert "$out" -trim +repage "$out"   # the dialog alone (no window manager draws a frame)
 (cd "$work" && bash "$tools/wine-env.sh" run "$state" "$build/tslrun.exe" --console close.tsl >/dev/null 2>&1)
 wait
 rm -rf "$work"
