@@ -15,6 +15,7 @@ namespace tsl {
 namespace {
 
 const char MIDI_ALIAS[] = "tslmidi";
+const char MIDI_CLOSE[] = "close tslmidi";
 
 // Sounds(flag) -> the previous state; turns the error and box sounds of
 // this context on (nonzero) or off until it shuts down. TSLPROCS.INI is
@@ -51,13 +52,13 @@ bool mci(Context* ctx, const char* command, char* answer, unsigned size, uint16_
 void fn_play_midi(Context* ctx, Value* result, Value* args) {
     if (midiOutGetNumDevs() == 0) { fail(ctx, 1453); return; }
     char command[PATH_BUF + 64];
-    mciSendStringA("close tslmidi", nullptr, 0, nullptr);   // the song of an earlier call, if any
+    mciSendStringA(MIDI_CLOSE, nullptr, 0, nullptr);   // the song of an earlier call, if any
     snprintf(command, sizeof command, "open \"%s\" type sequencer alias %s", value_text(ctx, args[1]), MIDI_ALIAS);
     if (!mci(ctx, command, nullptr, 0, 1454)) return;
     bool wait = args[2].integer != 0;
     snprintf(command, sizeof command, "play %s%s", MIDI_ALIAS, wait ? " wait" : "");
     bool ok = mci(ctx, command, nullptr, 0, 1454);
-    if (wait || !ok) mciSendStringA("close tslmidi", nullptr, 0, nullptr);
+    if (wait || !ok) mciSendStringA(MIDI_CLOSE, nullptr, 0, nullptr);
     if (ok) result->integer = 1;
 }
 
