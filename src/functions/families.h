@@ -30,7 +30,7 @@ TSL_FAMILY_DECL(kFamilyApps)         // system/apps.cpp: AppExist, AppWaitClose
 TSL_FAMILY_DECL(kFamilyMenuCommand)  // system/menu_command.cpp: SendMenusTo
 TSL_FAMILY_DECL(kFamilyClipboard)   // periphery/clipboard.cpp: ClipGet, ClipPut, ClipAppend
 TSL_FAMILY_DECL(kFamilyRegistry)    // periphery/registry.cpp: Reg*
-TSL_FAMILY_DECL(kFamilySystemInfo)  // periphery/system_info.cpp: DosVersion, ExeTypeInfo, KeyToggle*, MouseInfo, MsgTextGet
+TSL_FAMILY_DECL(kFamilyMachineQueries) // periphery/machine_queries.cpp: DosVersion, ExeTypeInfo, KeyToggle*, MouseInfo, MsgTextGet
 TSL_FAMILY_DECL(kFamilyScriptControl) // periphery/script_control.cpp: ParseData, Terminate, EndSession
 TSL_FAMILY_DECL(kFamilyDllCall)     // periphery/dll_call.cpp: DllCall
 TSL_FAMILY_DECL(kFamilyObjects)     // periphery/objects.cpp: ObjectOpen, ObjectClose, obj.member (id 21)

@@ -8,7 +8,7 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyIniEnv,
     &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
     &kFamilyApps, &kFamilyMenuCommand,
-    &kFamilyClipboard, &kFamilyRegistry, &kFamilySystemInfo, &kFamilyScriptControl, &kFamilyDllCall,
+    &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
     &kFamilyObjects, &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);

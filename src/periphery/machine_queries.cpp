@@ -185,6 +185,6 @@ const FunctionEntry kTable[] = {
 
 } // namespace
 
-TSL_FAMILY_DEFINE(kFamilySystemInfo, kTable)
+TSL_FAMILY_DEFINE(kFamilyMachineQueries, kTable)
 
 } // namespace tsl
