@@ -8,6 +8,7 @@
 #include "../files/file_handles.h"
 #include "../interapp/dde_client.h"
 #include "../interapp/extender_loader.h"
+#include "../periphery/shutdown.h"
 #include "context.h"
 #include "bounded.h"
 #include "command_call.h"
@@ -232,6 +233,7 @@ static WORD mode_shutdown(HGLOBAL block) {
         ctx->error = 0;
     }
     files_close_all(ctx);
+    periphery_shutdown(ctx);
     dde_shutdown(ctx);
     if (ctx->attached) {
         ctx->attached = 0;
