@@ -20,6 +20,7 @@ OutFile "${OUTFILE}"
   InstallDir "$PROGRAMFILES\TSL"
 !endif
 ShowInstDetails show
+BrandingText "TSL ${VERSION_TEXT} (${ARCH})"
 ShowUninstDetails show
 
 VIProductVersion "${VERSION_QUAD}"
