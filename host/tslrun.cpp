@@ -188,6 +188,8 @@ int main(int argc, char** argv) {
         LoadStringA(dll, refused, text, sizeof text);
         snprintf(line, sizeof line, ": error %u: %s", refused, text);
         error_line(script_name, line);
+        // Opened from the desktop there is no console to read: say it in a box too.
+        if (!console) MessageBoxA(NULL, line + 2, script_name, MB_OK | MB_ICONSTOP);
         return 2;
     }
     char number[16];

@@ -40,6 +40,20 @@ DWORD run_and_wait(const std::string& line_in) {
     return status;
 }
 
+// Every file and folder under `dir`, relative to it.
+void walk(const std::string& dir, const std::string& rel, std::vector<std::string>* out) {
+    WIN32_FIND_DATAA fd;
+    HANDLE h = FindFirstFileA((dir + "\\*").c_str(), &fd);
+    if (h == INVALID_HANDLE_VALUE) return;
+    do {
+        std::string name = fd.cFileName;
+        if (name == "." || name == "..") continue;
+        out->push_back(rel + name);
+        if (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) walk(dir + "\\" + name, rel + name + "\\", out);
+    } while (FindNextFileA(h, &fd));
+    FindClose(h);
+}
+
 std::string reg_text(HKEY root, const char* key, const char* value) {
     char buf[MAX_PATH] = "";
     DWORD size = sizeof buf;
@@ -103,7 +117,10 @@ TEST(Installer, SilentInstallAssociationAndCleanUninstall) {
     // The uninstaller goes on from a copy of itself; its last step removes its key.
     EXPECT_TRUE(wait_for([] { return reg_text(HKEY_LOCAL_MACHINE, kUninstallKey, "InstallLocation") == "<none>"; }, 120));
     for (auto& f : files) EXPECT_FALSE(exists(f)) << f << " left behind";
-    EXPECT_TRUE(exists(mine)) << "the user's file is not the uninstaller's";
+    std::vector<std::string> left;
+    walk(dir, "", &left);
+    EXPECT_EQ((std::vector<std::string>{"examples", "examples\\mine.tsl"}), left)
+        << "only the user's file stays, and the folder that holds it";
     EXPECT_FALSE(exists(std::string(programs) + "\\TSL")) << "the Start-menu folder is removed";
     EXPECT_EQ("<none>", reg_text(HKEY_CLASSES_ROOT, ".tsl", NULL));
     EXPECT_EQ("<none>", reg_text(HKEY_CLASSES_ROOT, "TSL.Script\\shell\\open\\command", NULL));
