@@ -61,12 +61,16 @@ TEST_F(EncodedScripts, TslencOutputRunsThroughCallAndHidesItsText) {
 // Call before any of its lines runs.
 TEST_F(EncodedScripts, DamagedFilesAreRefusedByTheCheckAndByCall) {
     std::string good = read_file(encode(kCalled));
-    struct { int line; std::string bytes; } rows[] = {
-        {__LINE__, good.substr(0, 5) + char(good[5] ^ 1) + good.substr(6)},                  // salt
-        {__LINE__, good.substr(0, 20) + char(good[20] ^ 1) + good.substr(21)},                // text
-        {__LINE__, good.substr(0, good.size() - 1) + char(good.back() ^ 1)},                  // check
-        {__LINE__, good.substr(0, good.size() - 1)},                                          // truncated
-        {__LINE__, good + "\r\n"},                                                            // added
+    auto flip = [&](size_t at, char bits) { std::string b = good; b[at] = (char)(b[at] ^ bits); return b; };
+    struct { int line; std::string bytes; const char* report; } rows[] = {
+        {__LINE__, flip(0, 0x02), "error 3232: Encoded menu/batch file of an unknown form"},        // form byte
+        {__LINE__, flip(0, 0x40), "error 3231: Encoded menu/batch file damaged or changed"},        // form byte, now plain
+        {__LINE__, flip(2, 0x01), "error 3231: Encoded menu/batch file damaged or changed"},        // length
+        {__LINE__, flip(5, 0x01), "error 3231: Encoded menu/batch file damaged or changed"},        // salt
+        {__LINE__, flip(20, 0x01), "error 3231: Encoded menu/batch file damaged or changed"},       // text
+        {__LINE__, flip(good.size() - 1, 0x01), "error 3231: Encoded menu/batch file damaged or changed"},  // check
+        {__LINE__, good.substr(0, good.size() - 1), "error 3231: Encoded menu/batch file damaged or changed"},  // truncated
+        {__LINE__, good + "\r\n", "error 3231: Encoded menu/batch file damaged or changed"},                  // added
     };
     for (auto& r : rows) {
         std::string file = dir.at("damaged.tsl");
@@ -76,8 +80,7 @@ TEST_F(EncodedScripts, DamagedFilesAreRefusedByTheCheckAndByCall) {
         StderrCapture err;
         host.run(call_line(file));
         EXPECT_EQ("", host.out) << "row at line " << r.line;
-        EXPECT_NE(std::string::npos, err.text().find("error 3231: Encoded menu/batch file damaged or changed"))
-            << "row at line " << r.line << ": " << err.text();
+        EXPECT_NE(std::string::npos, err.text().find(r.report)) << "row at line " << r.line << ": " << err.text();
     }
 }
 
