@@ -113,3 +113,10 @@ test('the problem matcher reads the console errors tslrun writes', () => {
   }
   assert.ok(seen >= 10, `only ${seen} error lines found in the script tests`);
 });
+
+test('the extension carries the product version of src/resources/version.h', () => {
+  const header = fs.readFileSync(path.join(ROOT, 'src', 'resources', 'version.h'), 'latin1');
+  const part = (name) => new RegExp(`#define TSL_VERSION_${name} (\\d+)`).exec(header)[1];
+  const pkg = JSON.parse(fs.readFileSync(path.join(__dirname, '..', 'package.json'), 'utf8'));
+  assert.strictEqual(pkg.version, `${part('MAJOR')}.${part('MINOR')}.${part('PATCH')}`);
+});
