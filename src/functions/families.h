@@ -21,4 +21,6 @@ TSL_FAMILY_DECL(kFamilyFileOps)     // files/file_ops.cpp: FileCopy, FileMove, F
 TSL_FAMILY_DECL(kFamilyFileNames)   // files/file_names.cpp: FileItemize, DirItemize, FileFullName, ...
 TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake, LogDisk, DiskFree, ...
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
+TSL_FAMILY_DECL(kFamilyKeys)        // system/keys_win32.cpp: SendKey, SendKeysTo, WaitForKey, IsKeyDown
+TSL_FAMILY_DECL(kFamilyLaunch)      // system/launch_win32.cpp: Run*, RunEnviron, ShellExecute, ShellPrint, RunExit
 } // namespace tsl
