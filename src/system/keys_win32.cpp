@@ -15,6 +15,8 @@ namespace {
 
 const int ACTIVATE_TRIES = 10;       // SendKeysTo: searches, one second apart
 const unsigned TRY_PAUSE_MS = 1000;
+const unsigned FOCUS_WAIT_MS = 1000;   // for a window found while its program is still starting
+const unsigned FOCUS_SETTLE_MS = 200;  // for a window just brought to the front
 
 int scan_key(void*, unsigned char c) { return VkKeyScanA((CHAR)c); }
 
@@ -42,6 +44,31 @@ void pause_pumping(Context* ctx, unsigned ms) {
     while (GetTickCount() - start < ms && !user_break(ctx)) plat_pump_messages(ctx);
 }
 
+// A window found just after its program started may not be shown, may not
+// have given the focus to its control yet, or may still be setting up what
+// it shows: keys sent then would be lost. Waits until its program is idle
+// waiting for input, then, pumping, until the window is the active one of its thread and
+// something in it has the focus (one second at most), asking again for it
+// to come to the front.
+void wait_for_focus(Context* ctx, HWND w) {
+    DWORD start = GetTickCount(), pid = 0;
+    GetWindowThreadProcessId(w, &pid);
+    if (HANDLE process = OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, pid)) {
+        WaitForInputIdle(process, FOCUS_WAIT_MS);   // a starting program may still clear what it shows
+        CloseHandle(process);
+    }
+    for (;;) {
+        GUITHREADINFO gi = {};
+        gi.cbSize = sizeof gi;
+        if (GetGUIThreadInfo(GetWindowThreadProcessId(w, nullptr), &gi) && gi.hwndActive == w && gi.hwndFocus &&
+            IsWindowVisible(w) && GetForegroundWindow() == w)
+            return;
+        if (GetTickCount() - start >= FOCUS_WAIT_MS || user_break(ctx)) return;
+        plat_pump_messages(ctx);
+        SetForegroundWindow(w);
+    }
+}
+
 // Brings the first window whose title matches to the front, searching up to
 // ten times one second apart; 1045 when none appears.
 int activate(Context* ctx, const char* title) {
@@ -50,8 +77,14 @@ int activate(Context* ctx, const char* title) {
         if (ctx->break_flag) return 0;
         HWND w = window_find(ctx, title);
         if (!w) continue;
+        bool was_front = GetForegroundWindow() == w;
         if (IsIconic(w)) ShowWindow(w, SW_RESTORE);
         SetForegroundWindow(w);
+        wait_for_focus(ctx, w);
+        // A window that has just come to the front reads the keyboard's
+        // state afresh once its program sees the change, which would drop a
+        // Shift already sent: give it that moment.
+        if (!was_front) pause_pumping(ctx, FOCUS_SETTLE_MS);
         return 1;
     }
     return fail(ctx, 1045);
