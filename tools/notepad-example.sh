@@ -3,7 +3,8 @@
 # is started, typed into, saved through its "Save As" dialog and closed, and
 # the saved file is printed.
 #   bash tools/notepad-example.sh [--screenshot FILE.png]
-# With --screenshot, the screen is taken once the "Save As" dialog is up.
+# With --screenshot, FILE.png shows the typed text just before Ctrl+S, and
+# FILE-save-as.png the "Save As" dialog a second after it opened.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
@@ -21,13 +22,19 @@ set +e
 (cd examples && bash "$root/tools/wine-env.sh" run "$state" "$root/build/win32/tslrun.exe" --console notepad.tsl) &
 runner=$!
 if [ -n "$shot" ]; then
+    # Frames are taken until the "Save As" dialog appears: the last one shows
+    # the typed text; one more, a second later, the dialog being filled in.
     display=":$(head -n1 "$state/display")"
-    for _ in $(seq 1 300); do
+    frames=$(mktemp -d)
+    for i in $(seq 1 200); do
         xwininfo -display "$display" -root -tree 2>/dev/null | grep -q '"Save As"' && break
-        sleep 0.1
+        import -display "$display" -window root "$frames/$i.png" 2>/dev/null && last="$frames/$i.png"
+        sleep 0.2
     done
-    sleep 1   # the file name is being typed
-    import -display "$display" -window root "$shot" && echo "screenshot: $shot"
+    sleep 1
+    [ -n "${last:-}" ] && cp "$last" "$shot" && echo "screenshot: $shot"
+    import -display "$display" -window root "${shot%.png}-save-as.png" && echo "screenshot: ${shot%.png}-save-as.png"
+    rm -rf "$frames"
 fi
 wait $runner
 status=$?
