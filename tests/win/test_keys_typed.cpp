@@ -164,6 +164,37 @@ TEST_F(KeysTyped, WaitForKeyAnsweredByPressedKeys) {
     }
 }
 
+// Ctrl+Break ends the waits: WaitForKey with 0, and a RunWait whose program
+// would run for ten seconds (the program goes on; the run ends).
+TEST_F(KeysTyped, CtrlBreakEndsTheWaits) {
+    char me[MAX_PATH];
+    GetModuleFileNameA(NULL, me, sizeof me);
+    *strrchr(me, '\\') = 0;
+    struct { int line; std::string call; } rows[] = {
+        {__LINE__, "WaitForKey(\"{F1}\", \"\", \"\", \"\", \"\")"},
+        {__LINE__, std::string("RunHideWait(\"") + me + "\\tsl_args_log\", \"sleep=10000\")"},
+    };
+    for (auto& r : rows) {
+        std::atomic<bool> done(false);
+        std::thread breaker([&] {
+            Sleep(300);
+            key(VK_CONTROL, true);
+            key(VK_CANCEL, true);
+            for (int i = 0; i < 250 && !done; ++i) Sleep(20);
+            key(VK_CANCEL, false);
+            key(VK_CONTROL, false);
+        });
+        DWORD start = GetTickCount();
+        host.run("r = 7\r\nr = " + r.call + "\r\nafter = 1\r\n");
+        DWORD took = GetTickCount() - start;
+        done = true;
+        breaker.join();
+        EXPECT_EQ(1, host.service(TSL_SERVICE_RUN_BREAK)) << "row at line " << r.line;
+        EXPECT_EQ("<undefined>", host.get("after")) << "row at line " << r.line;
+        EXPECT_LT(took, 3000u) << "row at line " << r.line;
+    }
+}
+
 // IsKeyDown while keys are held.
 TEST_F(KeysTyped, IsKeyDownReadsShiftAndCtrl) {
     struct { int line; std::vector<BYTE> held; const char* asked; const char* answer; } rows[] = {
