@@ -23,4 +23,11 @@ TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 TSL_FAMILY_DECL(kFamilyKeys)        // system/keys_win32.cpp: SendKey, SendKeysTo, WaitForKey, IsKeyDown
 TSL_FAMILY_DECL(kFamilyLaunch)      // system/launch_win32.cpp: Run*, RunEnviron, ShellExecute, ShellPrint, RunExit
+TSL_FAMILY_DECL(kFamilyWindowShow)   // system/window_show.cpp: WinActivate, WinClose, WinExist, WinWaitClose, ...
+TSL_FAMILY_DECL(kFamilyWindowList)   // system/window_list.cpp: WinItemize, WinCloseNot, WinExeName, WinIsDos, FindWindow
+TSL_FAMILY_DECL(kFamilyWindowPlace)  // system/window_place.cpp: WinPosition, WinPlace, WinPlaceGet, WinPlaceSet
+TSL_FAMILY_DECL(kFamilyWindowArrange)  // system/window_arrange.cpp: WinArrange
+TSL_FAMILY_DECL(kFamilySystemInfo)   // system/system_info.cpp: WinVersion, WinConfig, WinMetrics, WinParmGet, ...
+TSL_FAMILY_DECL(kFamilyApps)         // system/apps.cpp: AppExist, AppWaitClose
+TSL_FAMILY_DECL(kFamilyMenuCommand)  // system/menu_command.cpp: SendMenusTo
 } // namespace tsl

@@ -6,8 +6,6 @@
 
 namespace tsl {
 
-const unsigned TITLE_BUF = 257;   // a title is read up to 256 characters
-
 bool window_title_listed(const char* title) {
     return title[0] && strcmp(title, "WinOldAp") != 0;
 }
@@ -34,6 +32,15 @@ HWND window_find(Context* ctx, const char* pattern) {
     ctx->win_found = nullptr;
     EnumWindows(WinEnumFuncx, (LPARAM)ctx);
     return (HWND)ctx->win_found;
+}
+
+HWND window_target(Context* ctx, const char* title) {
+    if (!title[0]) return IsWindow((HWND)ctx->owner) ? (HWND)ctx->owner : nullptr;
+    return window_find(ctx, title);
+}
+
+void window_title(HWND window, char* buf) {
+    if (GetWindowTextA(window, buf, TITLE_BUF) <= 0) buf[0] = 0;
 }
 
 } // namespace tsl

@@ -10,10 +10,19 @@
 
 namespace tsl {
 
+const unsigned TITLE_BUF = 257;   // a title is read up to 256 characters
+
 // The first top-level window whose title matches `pattern`, or NULL. The
 // pattern (at most 256 characters) is kept in ctx->win_pattern and the
 // window in ctx->win_found.
 HWND window_find(Context* ctx, const char* pattern);
+
+// The window a function of the family means by `title`: the host window
+// (the run's owner) for an empty title, else the result of window_find.
+HWND window_target(Context* ctx, const char* title);
+
+// Reads a window's title (up to 256 characters) into buf (TITLE_BUF bytes).
+void window_title(HWND window, char* buf);
 
 // Whether `title` matches `pattern` by the rule above (an empty title and
 // "WinOldAp" included: callers skip those themselves).
