@@ -6,7 +6,6 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch,
-    &kFamilyIniEnv,
     &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
     &kFamilyApps, &kFamilyMenuCommand,
 };
