@@ -47,13 +47,16 @@ void pause_pumping(Context* ctx, unsigned ms) {
 // A window found just after its program started may not be shown, may not
 // have given the focus to its control yet, or may still be setting up what
 // it shows: keys sent then would be lost. Waits until its program is idle
-// waiting for input, then, pumping, until the window is the active one of its thread and
-// something in it has the focus (one second at most), asking again for it
-// to come to the front.
+// waiting for input, then, pumping, until the window is the active one of
+// its thread with something in it focused (one second at most in all),
+// asking again for it to come to the front.
 void wait_for_focus(Context* ctx, HWND w) {
     DWORD start = GetTickCount(), pid = 0;
     GetWindowThreadProcessId(w, &pid);
-    if (HANDLE process = OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, pid)) {
+    // Not for a window of this process, whose thread running the script is never idle.
+    HANDLE process =
+        pid == GetCurrentProcessId() ? nullptr : OpenProcess(SYNCHRONIZE | PROCESS_QUERY_INFORMATION, FALSE, pid);
+    if (process) {
         WaitForInputIdle(process, FOCUS_WAIT_MS);   // a starting program may still clear what it shows
         CloseHandle(process);
     }
