@@ -107,6 +107,17 @@ if [ -f tests/fuzz/fuzz_statements.cpp ]; then
         else
             echo "no tests/fuzz/corpus: fuzz target built, not run"
         fi
+        # The keystroke language, the WaitForKey notation and the Run command lines.
+        if [ -x build/fuzz/fuzz_keys ]; then
+            mkdir -p build/fuzz/keys-run build/fuzz/keys-artifacts
+            if (cd build/fuzz && ./fuzz_keys -max_total_time=20 -artifact_prefix=keys-artifacts/ \
+                    keys-run "$root/tests/fuzz/corpus-keys" </dev/null >"$log_dir/fuzz-keys.log" 2>&1); then
+                passed=$((passed + 1)); echo "keys fuzz run: no findings in 20 s"
+            else
+                failed=$((failed + 1)); notes+=("the keys fuzz run found a failure (see $log_dir/fuzz-keys.log)")
+                tail -n 40 "$log_dir/fuzz-keys.log"
+            fi
+        fi
     fi
 else
     echo "no fuzz target yet"
