@@ -1,8 +1,8 @@
 // Run, RunWait, RunIcon, RunIconWait, RunZoom, RunZoomWait, RunHide,
 // RunHideWait, RunEnviron, ShellExecute, ShellPrint and RunExit: programs
 // started from a script. A started program is never stopped by the
-// interpreter; a waiting form waits for it without a time limit, pumping
-// messages, until it ends or the user breaks in (the program keeps running).
+// interpreter; a waiting form blocks the run's thread, and with it the
+// message pump and the break test, until the program ends.
 // Every failure is a numbered error and the result 0.
 #include "command_line_portable.h"
 #include "../core/bounded.h"
@@ -26,17 +26,9 @@ int show_of(int32_t argument) {
     }
 }
 
-// Waits for the process, dispatching this thread's messages as they come
-// and testing for Ctrl+Break at least every 50 ms.
-void wait_for(Context* ctx, HANDLE process) {
-    for (;;) {
-        DWORD w = MsgWaitForMultipleObjects(1, &process, FALSE, 50, QS_ALLINPUT);
-        if (w == WAIT_OBJECT_0 || w == WAIT_FAILED) return;
-        plat_break_test(ctx);
-        if (ctx->break_flag) return;
-        if (w == WAIT_OBJECT_0 + 1) plat_pump_messages(ctx);
-    }
-}
+// Waits for the process without a limit. Deliberately no pumping: the
+// waiting forms hold the run's thread until the started program has ended.
+void wait_for(HANDLE process) { WaitForSingleObject(process, INFINITE); }
 
 // Starts a command line with the start-up request of the Run family.
 int start_process(Context* ctx, char* command, const char* directory, int show, bool wait) {
@@ -52,7 +44,7 @@ int start_process(Context* ctx, char* command, const char* directory, int show, 
                         directory && *directory ? directory : nullptr, &si, &pi))
         return fail(ctx, 1932);
     Sleep(50);
-    if (wait) wait_for(ctx, pi.hProcess);
+    if (wait) wait_for(pi.hProcess);
     CloseHandle(pi.hThread);
     CloseHandle(pi.hProcess);
     return 1;
