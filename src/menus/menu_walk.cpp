@@ -47,6 +47,7 @@ struct Walk {
     int state = START;
     uint16_t id;
     uint32_t script_begin = 0;
+    bool seen_title = false;
 
     Walk(MenuVisitor& v, MenuWalkResult* r, uint16_t first) : visitor(v), result(r), id(first) {}
 
@@ -64,6 +65,11 @@ struct Walk {
     }
 
     unsigned step(const MenuLine& line, MenuLineKind kind) {
+        // The initialisation lines end at the first title, valid or not.
+        if (state == START && kind != MENU_SCRIPT && !seen_title) {
+            seen_title = true;
+            result->init_end = line.start;
+        }
         const StateRow& row = kStates[state];
         int next = row.next[kind - 1];
         if (next == STAY) return 0;
@@ -72,7 +78,6 @@ struct Walk {
             script_begin = line.start;
         } else {
             int level = (int)kind;
-            if (state == START) result->init_end = line.start;
             if (state >= SCRIPT_1) {
                 if (unsigned n = close(line.start, level)) return n;
             } else if (state != START) {
