@@ -211,7 +211,7 @@ int posted_command(HWND w) {
 // Key messages against the table: typed characters with Ctrl, key presses
 // with Alt, modifier keys alone, a disabled host window.
 TEST_F(Menus, HotKeyCheckPostsTheItemsCommandWhenTheWindowIsEnabled) {
-    load("A\r\n B\\^E\r\n\tx\r\n C\\!{F5}\r\n\tx\r\n D\\q\r\n\tx\r\n E\\^{DEL}\r\n\tx\r\n");
+    load("A\r\n B\\^E\r\n\tx\r\n C\\!{F5}\r\n\tx\r\n D\\q\r\n\tx\r\n E\\^{DEL}\r\n\tx\r\n @F\\{F8}\r\n\tx\r\n");
     HWND w = test_window("tslmenukeys", plain_proc, "keys", WS_OVERLAPPEDWINDOW, 100, 100);
     struct { int line; UINT message; WPARAM key; bool shift, ctrl, alt, enabled; BOOL matched; int command; } rows[] = {
         {__LINE__, WM_CHAR, 5, false, true, false, true, TRUE, 100},       // Ctrl+E typed
@@ -221,6 +221,7 @@ TEST_F(Menus, HotKeyCheckPostsTheItemsCommandWhenTheWindowIsEnabled) {
         {__LINE__, WM_CHAR, 'q', false, false, false, true, TRUE, 102},
         {__LINE__, WM_CHAR, 'Q', true, false, false, true, FALSE, -1},    // Shift+Q is another key
         {__LINE__, WM_KEYDOWN, VK_DELETE, false, true, false, true, TRUE, 103},
+        {__LINE__, WM_KEYDOWN, VK_F8, false, false, false, true, TRUE, 104},   // a hidden item's
         {__LINE__, WM_KEYDOWN, VK_CONTROL, false, true, false, true, FALSE, -1},
         {__LINE__, WM_KEYDOWN, VK_MENU, false, false, true, true, FALSE, -1},
         {__LINE__, WM_CHAR, 5, false, true, false, false, TRUE, -1},      // matched, but nothing posted
