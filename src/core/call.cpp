@@ -1,6 +1,7 @@
 // Call(file, parameters): runs another script file with the Param variables.
 #include <cstring>
 #include "bounded.h"
+#include "encoded.h"
 #include "lexer.h"
 #include "line_tokens.h"
 #include "report.h"
@@ -82,6 +83,10 @@ void call_script(Context* ctx, const char* file, const char* params) {
     if (!ctx->error) {
         if (!plat_search_file(name, full, sizeof full)) failure = 102;
         else failure = plat_load_script_file(full, &text, &size);
+        if (!failure && encoded_form(text, size)) {
+            plat_free_script_file(text);
+            failure = ENCODED_FILE_ERROR;
+        }
     }
     if (failure) {
         loader_failure(ctx, failure, name);

@@ -79,9 +79,7 @@ unsigned menu_read(HANDLE file, const MenuReadErrors& errors, MenuText* out) {
     if (error) return error;
     out->text[size] = 0;
     out->size = size;
-    unsigned char first = (unsigned char)out->text[0];
-    if (size && first >= 1 && first <= 3) return MENU_ENCODED;
-    return 0;
+    return encoded_form(out->text, size) ? MENU_ENCODED : 0;
 }
 
 } // namespace tsl

@@ -5,6 +5,7 @@
 #include <windows.h>
 #include "../../include/tslpr32i.h"
 #include "core/context.h"
+#include "core/encoded.h"
 #include "hotkeys.h"
 #include "menu_lines.h"
 
@@ -47,7 +48,7 @@ struct MenuReadErrors { unsigned open, alloc, lock, io; };
 const MenuReadErrors MENU_LOAD_ERRORS = {504, 505, 506, 507};
 const MenuReadErrors MENU_SEARCH_ERRORS = {522, 523, 524, 525};
 const unsigned MENU_TOO_BIG = 530;
-const unsigned MENU_ENCODED = 531;
+const unsigned MENU_ENCODED = ENCODED_FILE_ERROR;
 
 // Opens `path` for reading; INVALID_HANDLE_VALUE when it cannot be.
 HANDLE menu_open(const char* path);

@@ -123,3 +123,41 @@ TEST(MenuHost, ItemsRunFromTheMenuAndFromTheirHotKeys) {
     CloseHandle(pi.hProcess);
     EXPECT_EQ("started\r\n", read_file(dir.at("out.txt")));   // and no box on the way
 }
+
+// Not a test: tools/menu-screenshot.sh runs it to show the host with an
+// open menu. It starts tslmenu on the files in TSL_SHOT_MENUS (separated by
+// ";"), opens the first popup and highlights its first entry, creates the
+// file TSL_SHOT_READY and waits for TSL_SHOT_DONE before closing the host.
+TEST(MenuHost, DISABLED_OpenMenuForScreenshot) {
+    const char* menus = getenv("TSL_SHOT_MENUS");
+    const char* ready = getenv("TSL_SHOT_READY");
+    const char* done = getenv("TSL_SHOT_DONE");
+    ASSERT_TRUE(menus && ready && done);
+    std::string command = "\"" + beside_me("tslmenu.exe") + "\" --console";
+    std::string list = menus;
+    for (size_t at = 0; at <= list.size();) {
+        size_t end = list.find(';', at);
+        if (end == std::string::npos) end = list.size();
+        command += " \"" + list.substr(at, end - at) + "\"";
+        at = end + 1;
+    }
+    STARTUPINFOA si = {};
+    si.cb = sizeof si;
+    PROCESS_INFORMATION pi = {};
+    ASSERT_TRUE(CreateProcessA(NULL, &command[0], NULL, NULL, FALSE, 0, NULL, NULL, &si, &pi));
+    HWND window = NULL;
+    ASSERT_TRUE(wait_for([&] { return (window = window_of(pi.dwProcessId, "tslmenu_host")) != NULL; }));
+    ASSERT_TRUE(wait_for([&] { return idle(window); }));
+    bring_forward(window);
+    press({VK_MENU, 'D'});
+    ASSERT_TRUE(wait_for([&] { return window_of(pi.dwProcessId, "#32768") != NULL; }));
+    press({VK_DOWN});   // the next entry: the status bar shows its description
+    write_file(ready, "ready");
+    wait_for([&] { return GetFileAttributesA(done) != INVALID_FILE_ATTRIBUTES; }, 60000);
+    press({VK_ESCAPE});
+    press({VK_ESCAPE});
+    PostMessageA(window, WM_CLOSE, 0, 0);
+    WaitForSingleObject(pi.hProcess, 10000);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+}

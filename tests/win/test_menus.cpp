@@ -308,3 +308,13 @@ TEST_F(Menus, SearchMessagesAndTheReloadAnswer) {
         EXPECT_EQ(r.box, err.text()) << "row at line " << r.line;
     }
 }
+
+// Call refuses a script in the encoded form with the same message, and runs nothing of it.
+TEST_F(Menus, CallRefusesEncodedScriptsToo) {
+    write_file(dir.at("coded.tsl"), "\x01" "Echo(\"ran\")\r\n");
+    StderrCapture err;
+    host.run("Call(\"" + dir.at("coded.tsl") + "\", \"\")\r\nEcho(\"after\")\r\n");
+    EXPECT_EQ("", host.out);
+    EXPECT_NE(std::string::npos, err.text().find("error 531: Encoded menu/batch file: this version of TSL cannot read "
+                                                 "encoded files")) << err.text();
+}
