@@ -189,6 +189,7 @@ LRESULT CALLBACK window_proc(HWND w, UINT message, WPARAM wp, LPARAM lp) {
         r.left += 12;
         r.top += 12;
         SetBkMode(dc, TRANSPARENT);
+        SelectObject(dc, GetStockObject(DEFAULT_GUI_FONT));
         DrawTextA(dc, READY_TEXT, -1, &r, DT_LEFT | DT_WORDBREAK);
         EndPaint(w, &ps);
         return 0;

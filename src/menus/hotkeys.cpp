@@ -90,8 +90,11 @@ uint16_t hotkey_parse(const char* spec, char* shown, unsigned shown_size) {
     if (shown_size) shown[0] = 0;
     if (!code) return 0;
     if (ctrl) {
+        // Ctrl with a letter or "@" arrives as a typed control character;
+        // with anything else, as a key press.
+        unsigned c = code & 0xFF;
         code |= HOTKEY_CTRL;
-        if ((code & 0xFF) < 64 || (code & 0xFF) > 90 || (code & HOTKEY_PRESS)) code |= HOTKEY_PRESS;
+        if (c < 64 || c > 90) code |= HOTKEY_PRESS;
     }
     if (alt) code |= HOTKEY_ALT | HOTKEY_PRESS;
     if (shift) code |= HOTKEY_SHIFT;

@@ -28,8 +28,7 @@ void menu_parse_title(const char* line, int level, MenuTitle* t) {
     }
     char raw[MENU_TEXT_MAX + 1];
     if (text_len > MENU_TEXT_MAX) text_len = MENU_TEXT_MAX;
-    memcpy(raw, p, text_len);
-    raw[text_len] = 0;
+    bounded_copy(nullptr, raw, p, (unsigned)text_len + 1);   // the text up to ";", 38 at most
     trim_trailing(raw);
 
     char* text = raw;

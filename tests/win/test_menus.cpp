@@ -82,8 +82,8 @@ protected:
         if (m && target == TSL_MENU_NEW_BAR) built = m;
         return m;
     }
-    std::string script_of(WORD id, BOOL init = FALSE) {
-        HGLOBAL block = menus.parse(host.ctx, NULL, id, init, FIRST_ID, 0, &record, CAPTION);
+    std::string script_of(WORD id, BOOL init = FALSE, WORD first = FIRST_ID) {
+        HGLOBAL block = menus.parse(host.ctx, NULL, id, init, first, 0, &record, CAPTION);
         if (block == TSL_MENU_RELOAD) return "<reload>";
         if (!block) return "<none>";
         std::string s = (const char*)GlobalLock(block);
@@ -317,4 +317,51 @@ TEST_F(Menus, CallRefusesEncodedScriptsToo) {
     EXPECT_EQ("", host.out);
     EXPECT_NE(std::string::npos, err.text().find("error 531: Encoded menu/batch file: this version of TSL cannot read "
                                                  "encoded files")) << err.text();
+}
+
+namespace {
+long WINAPI example_host(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record, LPCSTR t1, LPCSTR,
+                         LPCSTR, LPCSTR, LPCSTR) {
+    if (command == 0 && HostContext::echoing) HostContext::echoing->out += std::string(t1) + "\n";
+    if (command == 1 && HostContext::echoing) HostContext::echoing->out += "<quit>\n";
+    return answer(0, 0, record, 0, 0, NULL);
+}
+const TslKeywordRecord kExampleCommands[] = {
+    {0, TSL_KIND_FUNCTION, 1, 1, 4, "echo"}, {1, TSL_KIND_FUNCTION, 0, 0, 11, "tslmenuquit"}, {0, 0, 0, 0, 0, ""}};
+} // namespace
+
+// The example menus load as two sets of one bar, and every item runs
+// without an error, in file order, after the initialisation lines (with
+// TEMP pointing into a temporary directory).
+TEST_F(Menus, TheExampleMenusLoadAndEveryItemRuns) {
+    char exe[MAX_PATH];
+    GetModuleFileNameA(NULL, exe, sizeof exe);
+    std::string examples = std::string(exe).substr(0, std::string(exe).find_last_of('\\')) + "\\..\\..\\examples\\menus\\";
+    char old_temp[MAX_PATH] = "";
+    GetEnvironmentVariableA("TEMP", old_temp, sizeof old_temp);
+    SetEnvironmentVariableA("TEMP", dir.dir.c_str());
+    HMENU bar = CreateMenu();
+    WORD first = FIRST_ID;
+    const char* files[] = {"everyday.mnu", "tools.mnu"};
+    for (WORD set = 0; set < 2; ++set) {
+        record = TslMenuRecord{};
+        lstrcpyA(record.path, (examples + files[set]).c_str());
+        record.set_number = set;
+        StderrCapture err;
+        ASSERT_EQ(bar, menus.load(host.ctx, NULL, first, 0xE000, &record, CAPTION, &keys, bar)) << err.text();
+        std::string init = script_of(0, TRUE, first);
+        if (init != "<none>") host.run(init, example_host, kExampleCommands);
+        EXPECT_EQ(0, host.error()) << files[set] << " initialisation";
+        for (WORD id = first; id <= record.last_id; ++id) {
+            host.out.clear();
+            host.run(script_of(id, FALSE, first), example_host, kExampleCommands);
+            EXPECT_EQ(0, host.error()) << files[set] << " item " << id << ": " << host.out;
+            EXPECT_NE("", host.out) << files[set] << " item " << id;   // every item says what it did
+        }
+        first = (WORD)(record.last_id + 1);
+    }
+    EXPECT_EQ(4, GetMenuItemCount(bar));    // Diary, Folder, Quit; Tools
+    EXPECT_EQ(8, keys.count);
+    DestroyMenu(bar);
+    SetEnvironmentVariableA("TEMP", old_temp);
 }
