@@ -225,7 +225,8 @@ TEST(MenuFuzzChecks, ExamplesKeptFindingsAndMalformedFiles) {
     inputs.push_back(std::string(70000, 'x'));                            // past the size limit
     inputs.push_back(std::string(65533, '\r'));                           // only line ends
     inputs.push_back(std::string(4000, ' ') + "\\^{" + std::string(3000, 'F') + "}");
-    inputs.push_back(std::string("A\0\x1a\r\n\t\x1a B\\\\{}\\^\r", 14));
+    const char zeros[] = "A\0\x1a\r\n\t\x1a B\\\\{}\\^\r";
+    inputs.push_back(std::string(zeros, sizeof zeros - 1));
     std::string many;
     while (many.size() < 65000) many += deep + "\tx\r\n";                  // thousands of items, ids past 0xFFFF
     inputs.push_back(many);

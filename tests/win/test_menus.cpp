@@ -365,3 +365,27 @@ TEST_F(Menus, TheExampleMenusLoadAndEveryItemRuns) {
     DestroyMenu(bar);
     SetEnvironmentVariableA("TEMP", old_temp);
 }
+
+// Malformed files through the real load and search: each ends with a menu
+// or with its message, and the search answers for the last id.
+TEST_F(Menus, MalformedFilesEndWithAMenuOrAMessage) {
+    std::string many;
+    while (many.size() < 65000) many += "A\\^{F1}\r\n B\r\n  C\r\n   D\\!x ; d\r\n\tx\r\n";
+    struct { int line; std::string text; bool menu; } rows[] = {
+        {__LINE__, std::string(65533, '\r'), true},
+        {__LINE__, std::string(65533, '\n'), false},                          // one title cut into many
+        {__LINE__, "A\\" + std::string(250, '{') + "\r\n\tx\r\n", true},
+        {__LINE__, "A\\" + std::string(5000, '{') + "\r\n\tx\r\n", false},   // cut into titles: 514
+        {__LINE__, std::string("A\0\x1a\r\n\t\x1a B\\{}\\^\r\n\tx", sizeof "A\0\x1a\r\n\t\x1a B\\{}\\^\r\n\tx" - 1), true},
+        {__LINE__, std::string(300, ' ') + ";\r\n" + std::string(3000, '_') + "\r\n\t" + std::string(3000, 'y'), false},
+        {__LINE__, many, true},   // last: its hot keys stay in the table
+    };
+    for (auto& r : rows) {
+        StderrCapture err;
+        HMENU m = load(r.text);
+        EXPECT_EQ(r.menu, m != NULL) << "row at line " << r.line << ": " << err.text().substr(0, 200);
+        EXPECT_EQ(r.menu, err.text().empty()) << "row at line " << r.line;
+        if (m && record.last_id >= FIRST_ID) EXPECT_NE("<none>", script_of(record.last_id)) << "row at line " << r.line;
+    }
+    EXPECT_EQ(100, keys.count);   // the many items of the long file filled the table
+}
