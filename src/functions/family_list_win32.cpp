@@ -6,6 +6,8 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv,
+    &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
+    &kFamilyApps, &kFamilyMenuCommand,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }
