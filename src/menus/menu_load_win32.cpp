@@ -110,7 +110,9 @@ HMENU load(Context* ctx, HWND owner, WORD first_id, WORD last_allowed, TslMenuRe
     menu_walk(text.text, text.size, first_id, builder, &walk);
     rec->last_id = (WORD)(walk.next_id - 1);
     if (walk.error) {
-        menu_box(ctx, owner, caption, walk.error, walk.bad_line.text[0] ? walk.bad_line.text : nullptr);
+        // A broken rule names its line; a popup or id failure stands alone.
+        bool rule = walk.error != 599 && (walk.error < POPUP_ERROR_BASE + 1 || walk.error > POPUP_ERROR_BASE + 3);
+        menu_box(ctx, owner, caption, walk.error, rule && walk.bad_line.text[0] ? walk.bad_line.text : nullptr);
         return NULL;
     }
     return menu;

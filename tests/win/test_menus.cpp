@@ -108,6 +108,7 @@ TEST_F(Menus, EachLoadErrorShowsItsMessageWithTheCallersCaption) {
          "Need batch code, 1st, 2nd or 3rd level menutitle. Not found /    D"},
         {__LINE__, "A\r\n B\r\n  C\r\n   D\r\n", 0xE000, "Need batch code after fourth level menutitle.  Not found"},
         {__LINE__, "A\r\n\tx\r\nB\r\n\tx\r\n", FIRST_ID, "Too many menu items defined for current application."},
+        {__LINE__, "A\r\n\tx\r\nB\r\n\tx\r\nC\r\n\tx\r\n", FIRST_ID, "Too many menu items defined for current application."},
         {__LINE__, big, 0xE000, "Menu/Batch file too big  >>64K"},
         {__LINE__, "\x02" "A\r\n\tx\r\n", 0xE000,
          "Encoded menu/batch file: this version of TSL cannot read encoded files / " + dir.at("test.mnu")},
