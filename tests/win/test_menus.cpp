@@ -255,6 +255,15 @@ TEST_F(Menus, StatusTextsAndTheirCodes) {
         {__LINE__, MAKEWPARAM(SC_CLOSE, MF_SYSMENU), NULL, 2, "Close down application"},
         {__LINE__, MAKEWPARAM(SC_RESTORE, MF_SYSMENU), NULL, 2, "Restore window to previous state"},
         {__LINE__, MAKEWPARAM(SC_TASKLIST, MF_SYSMENU), NULL, 2, "Get Task Manager"},
+        {__LINE__, MAKEWPARAM(SC_SIZE, MF_SYSMENU), NULL, 2, "Resize window on screen"},
+        {__LINE__, MAKEWPARAM(SC_MOVE, MF_SYSMENU), NULL, 2, "Move window on screen"},
+        {__LINE__, MAKEWPARAM(SC_MINIMIZE, MF_SYSMENU), NULL, 2, "Reduce window to an icon"},
+        {__LINE__, MAKEWPARAM(SC_MAXIMIZE, MF_SYSMENU), NULL, 2, "Zoom window to maximum size"},
+        {__LINE__, MAKEWPARAM(SC_NEXTWINDOW, MF_SYSMENU), NULL, 2, "Switch to the next child window"},
+        {__LINE__, MAKEWPARAM(SC_PREVWINDOW, MF_SYSMENU), NULL, 2, "Switch to the previous child window"},
+        {__LINE__, MAKEWPARAM(SC_VSCROLL, MF_SYSMENU), NULL, 2, "Scroll child windows vertically"},
+        {__LINE__, MAKEWPARAM(SC_HSCROLL, MF_SYSMENU), NULL, 2, "Scroll child windows horizontally"},
+        {__LINE__, MAKEWPARAM(SC_ARRANGE, MF_SYSMENU), NULL, 2, "Arrange Windows"},
         {__LINE__, MAKEWPARAM(900, 0), extra, 4, "Extra"},
         {__LINE__, MAKEWPARAM(0, 0xFFFF), NULL, 5, ""},
     };
@@ -289,13 +298,27 @@ TEST_F(Menus, ScriptBlocksAndInitialisationLines) {
     EXPECT_EQ(only, script_of(0, TRUE));
 }
 
-// A touched file answers 528 and -1; an unknown id 527 with the line; a
-// vanished file 522, but not when the initialisation lines are asked for.
+// A touched file answers 528 and -1; an unknown id 527 with the line; an
+// encoded file 531; a vanished file 522, but not when the initialisation
+// lines are asked for.
 TEST_F(Menus, SearchMessagesAndTheReloadAnswer) {
     load("A\r\n\tx = 1\r\n");
+    auto rewrite_keeping_time = [&](const std::string& text) {
+        FILETIME written;
+        HANDLE h = CreateFileA(record.path, GENERIC_READ, FILE_SHARE_READ, NULL, OPEN_EXISTING, 0, NULL);
+        GetFileTime(h, NULL, NULL, &written);
+        CloseHandle(h);
+        write_file(record.path, text);
+        h = CreateFileA(record.path, GENERIC_WRITE, FILE_SHARE_READ, NULL, OPEN_EXISTING, 0, NULL);
+        SetFileTime(h, NULL, NULL, &written);
+        CloseHandle(h);
+    };
     struct { int line; std::function<void()> change; WORD id; BOOL init; std::string result, box; } rows[] = {
         {__LINE__, [] {}, 100, FALSE, "\tx = 1\r\n", ""},
         {__LINE__, [] {}, 101, FALSE, "<none>", "BOX(Menu file ended unexpectedly, or menu is invalid.): \r\n"},
+        {__LINE__, [&] { rewrite_keeping_time("\x03" "A\r\n\tx = 1\r\n"); }, 100, FALSE, "<none>",
+         "BOX(Menu test): Encoded menu/batch file: this version of TSL cannot read encoded files / " +
+             dir.at("test.mnu") + "\r\n"},
         {__LINE__, [&] { set_local_time(record.path, 2001, 2, 3, 4, 5); }, 100, FALSE, "<reload>",
          "BOX(Menu test): TSL Processor menu(s) will reloaded / to reflect recent changes. / "
          "Reselect menu option when reload complete.\r\n"},
