@@ -1,4 +1,4 @@
-// Hot-key specifications and codes.
+// Hot-key definitions and codes.
 #include "hotkeys.h"
 #include <cstring>
 #include "core/bounded.h"
@@ -74,9 +74,9 @@ uint16_t named_key(const char* open, char* shown, unsigned size) {
 
 } // namespace
 
-uint16_t hotkey_parse(const char* spec, char* shown, unsigned shown_size) {
+uint16_t hotkey_parse(const char* written, char* shown, unsigned shown_size) {
     bool alt = false, ctrl = false, shift = false;
-    const char* p = spec;
+    const char* p = written;
     for (;; ++p) {
         if (*p == '!') alt = true;
         else if (*p == '^') ctrl = true;

@@ -1,4 +1,4 @@
-// Hot keys of menu items: the specification written after "\" in a menu
+// Hot keys of menu items: the definition written after "\" in a menu
 // title, its 16-bit key code, the text shown for it, the key code of a
 // keystroke message, and the host's table of codes and item ids.
 //
@@ -13,7 +13,7 @@
 namespace tsl {
 
 const uint16_t HOTKEY_PRESS = 0x1000;
-const uint16_t HOTKEY_ALT = 0x2000;    // as a keystroke shows it; a specification adds HOTKEY_PRESS
+const uint16_t HOTKEY_ALT = 0x2000;    // as a keystroke shows it; a definition adds HOTKEY_PRESS
 const uint16_t HOTKEY_CTRL = 0x4000;
 const uint16_t HOTKEY_SHIFT = 0x8000;
 const unsigned HOTKEY_MAX = 100;        // entries of a host's table
@@ -29,10 +29,10 @@ struct HotKeyTable {
     HotKeyEntry entries[HOTKEY_MAX];
 };
 
-// The code of a specification such as "^E", "!{F5}" or "+^{ pg dn }";
+// The code of a definition such as "^E", "!{F5}" or "+^{ pg dn }";
 // 0 when it names no key. `shown` receives "Ctrl+E", "Alt+F5", ...
 // ("" for no key).
-uint16_t hotkey_parse(const char* spec, char* shown, unsigned shown_size);
+uint16_t hotkey_parse(const char* written, char* shown, unsigned shown_size);
 
 // The code of a keystroke: `press` for a key press (key = virtual-key
 // code), else a typed character. Returns 0 for Shift, Ctrl or Alt alone.

@@ -1,6 +1,6 @@
 // A title line of a menu file taken apart: its marker ("_" separator
 // before it, "|" new column), its menu text (38 characters at most, the
-// hot-key specification included), "@" for a hidden item, the hot key
+// hot-key definition included), "@" for a hidden item, the hot key
 // after "\" and the description after ";".
 #pragma once
 #include <cstdint>

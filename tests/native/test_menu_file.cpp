@@ -1,5 +1,5 @@
 // The portable half of menu files: the line reader and line classes, title
-// lines, hot-key codes of specifications and of keystrokes, and the walk's
+// lines, hot-key codes of definitions and of keystrokes, and the walk's
 // popups, items, ids and script ranges.
 #include <gtest/gtest.h>
 #include <string>
@@ -76,9 +76,9 @@ TEST(MenuTitles, MarkersTextHotKeyHiddenAndDescription) {
     }
 }
 
-// Each specification's code and shown text, and the keystroke that matches it.
-TEST(HotKeys, SpecificationCodeShownTextAndItsKeystroke) {
-    struct { int line; const char* spec; uint16_t code; const char* shown; bool press; unsigned key;
+// Each definition's code and shown text, and the keystroke that matches it.
+TEST(HotKeys, DefinitionCodeShownTextAndItsKeystroke) {
+    struct { int line; const char* written; uint16_t code; const char* shown; bool press; unsigned key;
              bool shift, ctrl, alt; } rows[] = {
         {__LINE__, "^E", 0x4045, "Ctrl+E", false, 5, false, true, false},
         {__LINE__, "^e", 0x4045, "Ctrl+E", false, 5, false, true, false},
@@ -101,7 +101,7 @@ TEST(HotKeys, SpecificationCodeShownTextAndItsKeystroke) {
     };
     for (auto& r : rows) {
         char shown[HOTKEY_TEXT_MAX];
-        EXPECT_EQ(r.code, hotkey_parse(r.spec, shown, sizeof shown)) << AT_ROW(r);
+        EXPECT_EQ(r.code, hotkey_parse(r.written, shown, sizeof shown)) << AT_ROW(r);
         EXPECT_STREQ(r.shown, shown) << AT_ROW(r);
         EXPECT_EQ(r.code, hotkey_of_keystroke(r.press, r.key, r.shift, r.ctrl, r.alt)) << AT_ROW(r);
     }
@@ -109,10 +109,10 @@ TEST(HotKeys, SpecificationCodeShownTextAndItsKeystroke) {
 
 TEST(HotKeys, NoKeyNamedAndModifierKeysAlone) {
     const char* none[] = {"", "^", "!+", "{F0}", "{F17}", "{NOKEY}", "{}", "{F5", "{ABCDEFGHIJKLMNOPQ}"};
-    for (const char* spec : none) {
+    for (const char* written : none) {
         char shown[HOTKEY_TEXT_MAX] = "?";
-        EXPECT_EQ(0, hotkey_parse(spec, shown, sizeof shown)) << spec;
-        EXPECT_STREQ("", shown) << spec;
+        EXPECT_EQ(0, hotkey_parse(written, shown, sizeof shown)) << written;
+        EXPECT_STREQ("", shown) << written;
     }
     for (unsigned vk : {0x10u, 0x11u, 0x12u}) EXPECT_EQ(0, hotkey_of_keystroke(true, vk, true, true, true)) << vk;
 }
