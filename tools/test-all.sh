@@ -2,8 +2,9 @@
 # Everything, from a fresh Debian 12 machine: installs the dependencies,
 # builds native, win64, win32 (and the fuzzer), runs the native unit and
 # script tests, the Windows tests and script tests under Wine on both
-# architectures (64-bit and the product's own 32-bit form), and a short
-# fuzz run. The last line is "N passed, N failed"; the exit status is
+# architectures (64-bit and the product's own 32-bit form), the editor
+# grammar's test and a short fuzz run. The last line is "N passed, N
+# failed"; the exit status is
 # non-zero when anything failed. A build that fails counts as one failure.
 set -u
 cd "$(dirname "$0")/.."
@@ -68,7 +69,8 @@ check_exports() {
     local table
     table=$("$objdump" -p "$dll" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p')
     for name in DoDaDllInit ProcessDaBatBuffer DLLServices ViperAnswer LibMain ProcessSubExpression \
-                get_token find_var VMalloc VFree; do
+                get_token find_var VMalloc VFree LoadStandardMenu ParseStandardMenu HotKeyCheck \
+                MenuSelectProcessing; do
         echo "$table" | grep -qE "\] $name\$" || missing="$missing $name"
     done
     if [ -z "$missing" ]; then passed=$((passed + 1)); echo "exports of $dll: plain names"
@@ -76,6 +78,15 @@ check_exports() {
 }
 check_exports x86_64-w64-mingw32-objdump build/win64/TSLPR32I.dll
 check_exports i686-w64-mingw32-objdump build/win32/TSLPR32I.dll
+
+# The editor grammar: example scripts tokenized as the editor does (Node).
+step "editor grammar"
+if bash tools/editor-test.sh </dev/null >"$log_dir/editor-test.log" 2>&1; then
+    passed=$((passed + 1)); echo "editor grammar: $(grep -E '^# pass' "$log_dir/editor-test.log")"
+else
+    failed=$((failed + 1)); notes+=("the editor grammar test failed (see $log_dir/editor-test.log)")
+    tail -n 30 "$log_dir/editor-test.log"
+fi
 
 step "fuzzing"
 if [ -f tests/fuzz/fuzz_statements.cpp ]; then
@@ -96,6 +107,30 @@ if [ -f tests/fuzz/fuzz_statements.cpp ]; then
             fi
         else
             echo "no tests/fuzz/corpus: fuzz target built, not run"
+        fi
+        # The keystroke language, the WaitForKey notation and the Run command lines.
+        if [ -x build/fuzz/fuzz_keys ]; then
+            mkdir -p build/fuzz/keys-run build/fuzz/keys-artifacts
+            if (cd build/fuzz && ./fuzz_keys -max_total_time=20 -artifact_prefix=keys-artifacts/ \
+                    keys-run "$root/tests/fuzz/corpus-keys" </dev/null >"$log_dir/fuzz-keys.log" 2>&1); then
+                passed=$((passed + 1)); echo "keys fuzz run: no findings in 20 s"
+            else
+                failed=$((failed + 1)); notes+=("the keys fuzz run found a failure (see $log_dir/fuzz-keys.log)")
+                tail -n 40 "$log_dir/fuzz-keys.log"
+            fi
+        fi
+        # Menu files: 20 s from the example menus and the kept findings.
+        if [ -x build/fuzz/fuzz_menus ]; then
+            mkdir -p build/fuzz/menu-corpus-run build/fuzz/menu-seeds build/fuzz/artifacts
+            cp examples/menus/*.mnu build/fuzz/menu-seeds/
+            if (cd build/fuzz && ./fuzz_menus -max_total_time=20 -artifact_prefix=artifacts/menu- \
+                    menu-corpus-run menu-seeds "$root/tests/fuzz/menu_regressions" \
+                    </dev/null >"$log_dir/fuzz-menus.log" 2>&1); then
+                passed=$((passed + 1)); echo "menu fuzz run: no findings in 20 s"
+            else
+                failed=$((failed + 1)); notes+=("the menu fuzz run found a failure (see $log_dir/fuzz-menus.log)")
+                tail -n 40 "$log_dir/fuzz-menus.log"
+            fi
         fi
     fi
 else

@@ -81,6 +81,7 @@ struct Context {
     uint8_t initialised;            // modes 1..3 passed
     uint8_t attached;               // counted as attached (mode 3)
     uint8_t run_depth;              // runs in progress on this context (more than 1: nested)
+    uint8_t encoded_only;           // only encoded script and menu files load (encoded-scripts mode)
 
     // --- string heap ---
     uint8_t* heap;                  // locked base of the heap block
@@ -152,6 +153,10 @@ struct Context {
     char path[PATH_BUF];            // file functions' path buffer
     char file_line[FILE_LINE_MAX + 2];
     char extender_error[LINE_BUF];  // text of the last extender error
+
+    // --- keys ---
+    uint16_t wait_keys[5];          // WaitForKey's parsed key codes
+    uint8_t wait_key_count;
 };
 static_assert(sizeof(Context) <= CONTEXT_SIZE, "the context fits the block mode 0 asks for");
 

@@ -6,6 +6,7 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv, &kFamilyDde,
+    &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch,
     &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
     &kFamilyApps, &kFamilyMenuCommand,
     &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
