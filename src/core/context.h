@@ -127,6 +127,7 @@ struct Context {
     // --- statements and run ---
     Value result;                   // last statement's value
     uint16_t last_error;            // last statement's error
+    uint8_t error_text_given;       // error_text already holds the report's text (Call's file name)
     const char* script;             // the script being run (host buffer or Call file)
     const char* script_name;        // for console reports: the file the line stands in
     char error_text[LINE_BUF];      // error-context text shown by a report

@@ -182,6 +182,7 @@ int execute_statement(Context* ctx, char* line, char* stmt, ScriptPlace* place, 
     if (ctx->result.string) { heap_free(ctx->heap, ctx->result.string); ctx->result.string = 0; }
     ctx->result = Value{0, 0, NO_VARIABLE, 0};
     ctx->error = 0;
+    ctx->error_text_given = 0;
     int r = carry_out(ctx, line, stmt, place, from_outside);
     ctx->last_error = ctx->error;
     if (!ctx->error) return r;
@@ -194,7 +195,8 @@ int execute_statement(Context* ctx, char* line, char* stmt, ScriptPlace* place, 
         return 0;
     }
     if (ctx->error >= 9000) return 0;
-    bounded_copy(ctx, ctx->error_text, line, sizeof ctx->error_text);
+    if (!ctx->error_text_given) bounded_copy(ctx, ctx->error_text, line, sizeof ctx->error_text);
+    ctx->error_text_given = 0;
     return report(ctx, ctx->owner, 0, ctx->error, severity_of(ctx->error));
 }
 
