@@ -58,7 +58,7 @@ void set_call_parameters(Context* ctx, const char* p) {
 // report shows the file's name instead of the line.
 static void loader_failure(Context* ctx, unsigned number, const char* name) {
     bounded_copy(ctx, ctx->error_text, name, sizeof ctx->error_text);
-    ctx->error_text_given = 1;
+    ctx->error_text_of = (uint16_t)number;
     fail(ctx, (uint16_t)number);
 }
 

@@ -127,7 +127,8 @@ struct Context {
     // --- statements and run ---
     Value result;                   // last statement's value
     uint16_t last_error;            // last statement's error
-    uint8_t error_text_given;       // error_text already holds the report's text (Call's file name)
+    uint16_t error_text_of;         // the error whose report shows error_text as it stands
+                                    //   (Call's file name), 0 none
     const char* script;             // the script being run (host buffer or Call file)
     const char* script_name;        // for console reports: the file the line stands in
     char error_text[LINE_BUF];      // error-context text shown by a report
