@@ -117,6 +117,8 @@ struct Context {
     PHandle extra_block;            // freed by mode 99
     PHandle host_instance;
     intptr_t host_value;            // passed to every command call
+    char win_pattern[LINE_BUF];     // the window functions' title search: the pattern
+    PHandle win_found;              //   and the window found (none before each search)
     PHandle wait_cursor, arrow_cursor, current_cursor;
     int32_t font_width, font_height;   // system fixed font metrics
     uint32_t dde_timeout;

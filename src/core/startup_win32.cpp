@@ -6,6 +6,7 @@
 #include "../../include/tslpr32i.h"
 #include "startup_win32.h"
 #include "../files/file_handles.h"
+#include "../periphery/shutdown.h"
 #include "context.h"
 #include "bounded.h"
 #include "command_call.h"
@@ -235,6 +236,7 @@ static WORD mode_shutdown(HGLOBAL block) {
         ctx->error = 0;
     }
     files_close_all(ctx);
+    periphery_shutdown(ctx);
     if (ctx->attached) {
         ctx->attached = 0;
         if (--g_attached == 0 && g_texture_brush) {

@@ -6,6 +6,10 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv,
+    &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
+    &kFamilyApps, &kFamilyMenuCommand,
+    &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
+    &kFamilyObjects, &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }
