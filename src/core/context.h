@@ -73,6 +73,7 @@ struct Context {
     uint8_t initialised;            // modes 1..3 passed
     uint8_t attached;               // counted as attached (mode 3)
     uint8_t run_depth;              // runs in progress on this context (more than 1: nested)
+    uint8_t encoded_only;           // only encoded script and menu files load (encoded-scripts mode)
 
     // --- string heap ---
     uint8_t* heap;                  // locked base of the heap block

@@ -132,6 +132,7 @@ static WORD mode_context(HINSTANCE host, HGLOBAL block, LPARAM host_value, const
     bounded_copy(ctx, ctx->host_name2, t2 ? t2 : "", sizeof ctx->host_name2);
     ctx->sounds = setting_int("Sounds", "1") != 0;
     ctx->pretty_dialogs = setting_int("PrettyDialogs", "0") != 0;
+    ctx->encoded_only = setting_int("EncodedScriptsOnly", "0") != 0;
     ctx->dde_timeout = 3000;
     bounded_copy(ctx, ctx->delim1, "\t", sizeof ctx->delim1);
     bounded_copy(ctx, ctx->delim2, "\t", sizeof ctx->delim2);
