@@ -45,6 +45,14 @@ extern "C" {
 #define TSL_SERVICE_ENCODED_ONLY 130 /* p1 = 1 on, 0 off, -1 ask: only encoded script and menu files
                                         load (Call, menus); result: the state before the call */
 
+/* Menu files (LoadStandardMenu and the other menu entries) */
+#define TSL_MENU_PATH_MAX 280            /* characters of a menu file's path in its load record */
+#define TSL_HOTKEY_MAX 100               /* entries of a hot-key table */
+#define TSL_MENU_NEW_POPUP ((HMENU)0)    /* LoadStandardMenu target: build a new popup menu */
+#define TSL_MENU_NEW_BAR ((HMENU)1)      /* LoadStandardMenu target: build a new menu bar */
+#define TSL_MENU_RELOAD ((HGLOBAL)(INT_PTR)-1) /* ParseStandardMenu: the file changed, reload */
+#define TSL_HOTKEY_PRESS 256             /* HotKeyCheck message kind of a key press (WM_KEYDOWN) */
+
 /* Keyword kinds of a keyword record */
 #define TSL_KIND_FUNCTION 2
 #define TSL_KIND_CONSTANT 3
@@ -63,6 +71,29 @@ typedef struct TslKeywordRecord {
     char name[14];            /* lower case, NUL-padded, at most 13 characters */
 } TslKeywordRecord;
 #pragma pack(pop)
+
+/* The load record of one menu set, owned by the host. The host fills in
+   path and set_number (0 for the first file, then 1, 2, ...);
+   LoadStandardMenu fills in the rest (and the full path it found). */
+typedef struct TslMenuRecord {
+    WORD file_date;                   /* the file's last-write date and time, MS-DOS forms */
+    WORD file_time;
+    char path[TSL_MENU_PATH_MAX + 1]; /* the menu file */
+    WORD last_id;                     /* the last item id used */
+    WORD set_number;                  /* the menu set: 0 empties the hot-key table */
+} TslMenuRecord;
+
+/* A hot key: its key code and the item id it chooses. */
+typedef struct TslHotKey {
+    WORD code;
+    WORD id;
+} TslHotKey;
+
+/* The host's hot-key table, shared by all its menu sets. */
+typedef struct TslHotKeyTable {
+    LONG count;
+    TslHotKey entries[TSL_HOTKEY_MAX];
+} TslHotKeyTable;
 
 /* A value of the language (12 bytes): what ProcessSubExpression leaves. */
 typedef struct TslValue {
@@ -99,6 +130,15 @@ LRESULT WINAPI DLLServices(HGLOBAL context, int code, LPARAM p1, LPARAM p2, LPAR
 long WINAPI ViperAnswer(long code, long reserved, void* answer_record, long kind, long integer, LPCSTR text);
 BOOL WINAPI LibMain(HINSTANCE module, DWORD reason, LPVOID reserved);
 
+/* Menu files (docs/menus.md). Each locks the context for the call. */
+HMENU WINAPI LoadStandardMenu(HGLOBAL context, HWND owner, WORD first_id, WORD last_allowed_id,
+                              TslMenuRecord* record, LPCSTR error_caption, TslHotKeyTable* hotkeys, HMENU target);
+HGLOBAL WINAPI ParseStandardMenu(HGLOBAL context, HWND owner, WORD item_id, BOOL initialisation, WORD first_id,
+                                 LONG reserved, TslMenuRecord* record, LPCSTR error_caption);
+BOOL WINAPI HotKeyCheck(HGLOBAL context, HWND host, UINT message, WPARAM key, TslHotKeyTable* hotkeys);
+LONG WINAPI MenuSelectProcessing(HGLOBAL context, HWND host, WPARAM item_and_flags, HMENU menu, WORD first_id,
+                                 WORD last_id, LPSTR buffer, int size, TslMenuRecord* record);
+
 /* For command extenders, inside a command call only (the context is the
    locked context of the run in progress, the heap its string heap). */
 void WINAPI ProcessSubExpression(void* context, TslValue* value);
@@ -112,6 +152,12 @@ typedef WORD(WINAPI* TslDoDaDllInitProc)(HINSTANCE, HGLOBAL, WPARAM, int, LPARAM
 typedef long(WINAPI* TslProcessDaBatBufferProc)(HWND, HGLOBAL, HGLOBAL, TslCommandProc,
                                                 const TslKeywordRecord*);
 typedef LRESULT(WINAPI* TslDLLServicesProc)(HGLOBAL, int, LPARAM, LPARAM, LPARAM);
+typedef HMENU(WINAPI* TslLoadStandardMenuProc)(HGLOBAL, HWND, WORD, WORD, TslMenuRecord*, LPCSTR,
+                                               TslHotKeyTable*, HMENU);
+typedef HGLOBAL(WINAPI* TslParseStandardMenuProc)(HGLOBAL, HWND, WORD, BOOL, WORD, LONG, TslMenuRecord*, LPCSTR);
+typedef BOOL(WINAPI* TslHotKeyCheckProc)(HGLOBAL, HWND, UINT, WPARAM, TslHotKeyTable*);
+typedef LONG(WINAPI* TslMenuSelectProcessingProc)(HGLOBAL, HWND, WPARAM, HMENU, WORD, WORD, LPSTR, int,
+                                                  TslMenuRecord*);
 
 #ifdef __cplusplus
 }

@@ -69,7 +69,8 @@ check_exports() {
     local table
     table=$("$objdump" -p "$dll" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p')
     for name in DoDaDllInit ProcessDaBatBuffer DLLServices ViperAnswer LibMain ProcessSubExpression \
-                get_token find_var VMalloc VFree; do
+                get_token find_var VMalloc VFree LoadStandardMenu ParseStandardMenu HotKeyCheck \
+                MenuSelectProcessing; do
         echo "$table" | grep -qE "\] $name\$" || missing="$missing $name"
     done
     if [ -z "$missing" ]; then passed=$((passed + 1)); echo "exports of $dll: plain names"
@@ -106,6 +107,30 @@ if [ -f tests/fuzz/fuzz_statements.cpp ]; then
             fi
         else
             echo "no tests/fuzz/corpus: fuzz target built, not run"
+        fi
+        # The keystroke language, the WaitForKey notation and the Run command lines.
+        if [ -x build/fuzz/fuzz_keys ]; then
+            mkdir -p build/fuzz/keys-run build/fuzz/keys-artifacts
+            if (cd build/fuzz && ./fuzz_keys -max_total_time=20 -artifact_prefix=keys-artifacts/ \
+                    keys-run "$root/tests/fuzz/corpus-keys" </dev/null >"$log_dir/fuzz-keys.log" 2>&1); then
+                passed=$((passed + 1)); echo "keys fuzz run: no findings in 20 s"
+            else
+                failed=$((failed + 1)); notes+=("the keys fuzz run found a failure (see $log_dir/fuzz-keys.log)")
+                tail -n 40 "$log_dir/fuzz-keys.log"
+            fi
+        fi
+        # Menu files: 20 s from the example menus and the kept findings.
+        if [ -x build/fuzz/fuzz_menus ]; then
+            mkdir -p build/fuzz/menu-corpus-run build/fuzz/menu-seeds build/fuzz/artifacts
+            cp examples/menus/*.mnu build/fuzz/menu-seeds/
+            if (cd build/fuzz && ./fuzz_menus -max_total_time=20 -artifact_prefix=artifacts/menu- \
+                    menu-corpus-run menu-seeds "$root/tests/fuzz/menu_regressions" \
+                    </dev/null >"$log_dir/fuzz-menus.log" 2>&1); then
+                passed=$((passed + 1)); echo "menu fuzz run: no findings in 20 s"
+            else
+                failed=$((failed + 1)); notes+=("the menu fuzz run found a failure (see $log_dir/fuzz-menus.log)")
+                tail -n 40 "$log_dir/fuzz-menus.log"
+            fi
         fi
     fi
 else

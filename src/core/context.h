@@ -144,6 +144,10 @@ struct Context {
     char path[PATH_BUF];            // file functions' path buffer
     char file_line[FILE_LINE_MAX + 2];
     char extender_error[LINE_BUF];  // text of the last extender error
+
+    // --- keys ---
+    uint16_t wait_keys[5];          // WaitForKey's parsed key codes
+    uint8_t wait_key_count;
 };
 static_assert(sizeof(Context) <= CONTEXT_SIZE, "the context fits the block mode 0 asks for");
 

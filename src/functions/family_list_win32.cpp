@@ -5,7 +5,7 @@ namespace tsl {
 const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
-    &kFamilyIniEnv,
+    &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch,
     &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
     &kFamilyApps, &kFamilyMenuCommand,
     &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,

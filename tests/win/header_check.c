@@ -4,6 +4,8 @@
 
 typedef char check_record_size[sizeof(TslKeywordRecord) == 24 ? 1 : -1];
 typedef char check_value_size[sizeof(TslValue) == 12 ? 1 : -1];
+typedef char check_hotkey_table_size[sizeof(TslHotKeyTable) == 404 ? 1 : -1];
+typedef char check_menu_record_size[sizeof(TslMenuRecord) == 290 ? 1 : -1];
 
 static long WINAPI sample_command(HWND w, LPARAM v, long magic, long command, TslAnswerProc answer, void* rec,
                                   LPCSTR t1, LPCSTR t2, LPCSTR t3, LPCSTR t4, LPCSTR t5) {

@@ -280,3 +280,26 @@ inline void set_local_time(const std::string& path, int year, int month, int day
     SetFileTime(h, NULL, NULL, &utc);
     CloseHandle(h);
 }
+
+// The directory of this test program, where the build puts tslrun, tslenc and tslmenu.
+inline std::string build_dir() {
+    char path[MAX_PATH];
+    GetModuleFileNameA(NULL, path, sizeof path);
+    *strrchr(path, '\\') = 0;
+    return path;
+}
+
+// Runs a program of the build with a command line and waits for its exit status.
+inline DWORD run_program(const std::string& exe, const std::string& args) {
+    std::string line = "\"" + build_dir() + "\\" + exe + "\" " + args;
+    STARTUPINFOA si = {};
+    si.cb = sizeof si;
+    PROCESS_INFORMATION pi;
+    if (!CreateProcessA(NULL, &line[0], NULL, NULL, FALSE, 0, NULL, NULL, &si, &pi)) return 0xFFFF;
+    WaitForSingleObject(pi.hProcess, 60000);
+    DWORD status = 0xFFFF;
+    GetExitCodeProcess(pi.hProcess, &status);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+    return status;
+}

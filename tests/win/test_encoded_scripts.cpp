@@ -5,29 +5,6 @@
 
 namespace {
 
-// The directory of this test program, where the build puts tslenc and tslrun.
-std::string build_dir() {
-    char path[MAX_PATH];
-    GetModuleFileNameA(NULL, path, sizeof path);
-    *strrchr(path, '\\') = 0;
-    return path;
-}
-
-// Runs a program of the build with a command line and waits for its exit status.
-DWORD run_program(const std::string& exe, const std::string& args) {
-    std::string line = "\"" + build_dir() + "\\" + exe + "\" " + args;
-    STARTUPINFOA si = {};
-    si.cb = sizeof si;
-    PROCESS_INFORMATION pi;
-    if (!CreateProcessA(NULL, &line[0], NULL, NULL, FALSE, 0, NULL, NULL, &si, &pi)) return 0xFFFF;
-    WaitForSingleObject(pi.hProcess, 60000);
-    DWORD status = 0xFFFF;
-    GetExitCodeProcess(pi.hProcess, &status);
-    CloseHandle(pi.hThread);
-    CloseHandle(pi.hProcess);
-    return status;
-}
-
 const char kCalled[] = "; called\r\nEcho(StrCat(\"called with \", Param1, \" and \", Param2))\r\nReturn\r\n";
 
 class EncodedScripts : public DllTest {
