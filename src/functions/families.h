@@ -20,5 +20,7 @@ TSL_FAMILY_DECL(kFamilyFileHandles) // files/file_handles.cpp: FileOpen, FileRea
 TSL_FAMILY_DECL(kFamilyFileOps)     // files/file_ops.cpp: FileCopy, FileMove, FileAppend, FileDelete, FileRename
 TSL_FAMILY_DECL(kFamilyFileNames)   // files/file_names.cpp: FileItemize, DirItemize, FileFullName, ...
 TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake, LogDisk, DiskFree, ...
+TSL_FAMILY_DECL(kFamilyStandardBoxes) // ui/standard_boxes.cpp: Message, Pause, AskYesNo, AskLine, AskPassword, ButtonNames
+TSL_FAMILY_DECL(kFamilyDisplay)     // ui/display_box.cpp: Display
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 } // namespace tsl

@@ -5,7 +5,7 @@ namespace tsl {
 const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
-    &kFamilyIniEnv,
+    &kFamilyIniEnv, &kFamilyStandardBoxes, &kFamilyDisplay,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }
