@@ -22,5 +22,6 @@ TSL_FAMILY_DECL(kFamilyFileNames)   // files/file_names.cpp: FileItemize, DirIte
 TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake, LogDisk, DiskFree, ...
 TSL_FAMILY_DECL(kFamilyStandardBoxes) // ui/standard_boxes.cpp: Message, Pause, AskYesNo, AskLine, AskPassword, ButtonNames
 TSL_FAMILY_DECL(kFamilyDisplay)     // ui/display_box.cpp: Display
+TSL_FAMILY_DECL(kFamilyListBoxes)   // ui/list_boxes.cpp: ItemSelect, TextSelect, TextBox, TextBoxSort
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 } // namespace tsl

@@ -121,9 +121,9 @@ TEST_F(Boxes, TemplateGeometryFromTheRealWindow) {
          {{8, 29, 163, 2}, {169, 20, 2, 9}}},
     };
     auto to_pixels = [](HWND dlg, Rect u) {
-        RECT r = {u.x, u.y, u.x + u.w, u.y + u.h};
+        RECT r = {u.x, u.y, u.w, u.h};   // position and size map separately, as the dialog manager does
         MapDialogRect(dlg, &r);
-        return r;
+        return RECT{r.left, r.top, r.left + r.right, r.top + r.bottom};
     };
     auto child_rect = [](HWND dlg, HWND child) {
         RECT r;
