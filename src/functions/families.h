@@ -23,5 +23,6 @@ TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake
 TSL_FAMILY_DECL(kFamilyStandardBoxes) // ui/standard_boxes.cpp: Message, Pause, AskYesNo, AskLine, AskPassword, ButtonNames
 TSL_FAMILY_DECL(kFamilyDisplay)     // ui/display_box.cpp: Display
 TSL_FAMILY_DECL(kFamilyListBoxes)   // ui/list_boxes.cpp: ItemSelect, TextSelect, TextBox, TextBoxSort
+TSL_FAMILY_DECL(kFamilyDialogBox)   // ui/dialog_box.cpp: DialogBox
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 } // namespace tsl

@@ -6,7 +6,7 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv, &kFamilyStandardBoxes, &kFamilyDisplay,
-    &kFamilyListBoxes,
+    &kFamilyListBoxes, &kFamilyDialogBox,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }

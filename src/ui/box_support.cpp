@@ -13,13 +13,13 @@ const unsigned MSG_OK = 120;
 const unsigned MSG_CANCEL = 121;
 const UINT BREAK_WATCH_MS = 100;
 
-void set_button(Context* ctx, HWND dlg, int id, const char* pending, unsigned message) {
-    char caption[BUTTON_NAME_MAX + 80];
-    if (ctx->box.names_pending && pending[0]) bounded_copy(ctx, caption, pending, sizeof caption);
-    else if (!load_message(ctx, message, caption, sizeof caption)) caption[0] = 0;
-    SetDlgItemTextA(dlg, id, caption);
-}
 } // namespace
+
+void box_button_caption(Context* ctx, int id, char* caption, unsigned size) {
+    const char* pending = id == IDOK ? ctx->box.ok_name : ctx->box.cancel_name;
+    if (ctx->box.names_pending && pending[0]) bounded_copy(ctx, caption, pending, size);
+    else if (!load_message(ctx, id == IDOK ? MSG_OK : MSG_CANCEL, caption, size)) caption[0] = 0;
+}
 
 HINSTANCE box_module() {
     if (g_module) return g_module;
@@ -30,8 +30,11 @@ HINSTANCE box_module() {
 }
 
 void box_button_names(Context* ctx, HWND dlg) {
-    set_button(ctx, dlg, IDOK, ctx->box.ok_name, MSG_OK);
-    set_button(ctx, dlg, IDCANCEL, ctx->box.cancel_name, MSG_CANCEL);
+    char caption[BUTTON_NAME_MAX + 80];
+    box_button_caption(ctx, IDOK, caption, sizeof caption);
+    SetDlgItemTextA(dlg, IDOK, caption);
+    box_button_caption(ctx, IDCANCEL, caption, sizeof caption);
+    SetDlgItemTextA(dlg, IDCANCEL, caption);
     ctx->box.names_pending = 0;
 }
 

@@ -14,6 +14,9 @@ HINSTANCE box_module();
 // message 120 ("&Ok") or 121 ("&Cancel") in the current language. Then no
 // names are pending any more.
 void box_button_names(Context* ctx, HWND dlg);
+// The caption that box_button_names gives button `id` (IDOK or IDCANCEL),
+// without clearing the pending names.
+void box_button_caption(Context* ctx, int id, char* caption, unsigned size);
 
 void box_centre(HWND w);
 
