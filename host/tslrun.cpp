@@ -2,6 +2,7 @@
 // through the DLL's exports only, as any host program would.
 //
 //   tslrun [--console] [--time] SCRIPT [ARG...]
+//   tslrun --help
 //
 // Param0 holds the number of arguments, Param1... the arguments. Exit
 // status: 0 when the run ended at its end, by Exit or by Return; 1 when an
@@ -20,6 +21,19 @@ namespace {
 const int VAR_SLOTS = 2000;
 const LPARAM HEAP_SIZE = 65536;
 const char VERSION_TEXT[] = "tslrun 1.0";
+const char HELP_TEXT[] =
+    "usage: tslrun [--console] [--time] SCRIPT [ARG...]\r\n"
+    "Runs a TSL script with TSLPR32I.dll; Param0 holds the number of ARGs, Param1... the ARGs.\r\n"
+    "  --console  unattended: no box is shown and none waits. Each box is written to\r\n"
+    "             standard error as \"BOX(caption): text\" and answered by its default\r\n"
+    "             button: Message and Pause 1, AskYesNo 1 (Yes), AskLine its default\r\n"
+    "             answer, AskPassword \"\", Display 1 at once; ItemSelect, TextSelect,\r\n"
+    "             TextBox and TextBoxSort write their list and answer \"\"; DialogBox\r\n"
+    "             builds its dialog unseen and presses OK (1, every control stores\r\n"
+    "             its state). Error reports are written the same way.\r\n"
+    "  --time     writes the run's own time to standard error (\"run time: SECONDS s\").\r\n"
+    "Exit status: 0 the run ended; 1 an error, a cancel or a user break stopped it;\r\n"
+    "2 the script cannot be read or the DLL cannot be started.\r\n";
 
 void write_handle(DWORD which, const char* text) {
     HANDLE h = GetStdHandle(which);
@@ -92,6 +106,10 @@ HWND create_host_window(HINSTANCE inst) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc == 2 && strcmp(argv[1], "--help") == 0) {
+        write_handle(STD_OUTPUT_HANDLE, HELP_TEXT);
+        return 0;
+    }
     int first = 1;
     bool console = false, timed = false;
     for (; first < argc && strncmp(argv[first], "--", 2) == 0; ++first) {
