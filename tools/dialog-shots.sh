@@ -14,6 +14,8 @@ work=$(mktemp -d)
 mkdir -p "$out" "$state"
 bash "$root/tools/wine-env.sh" start "$state" >/dev/null || exit 1
 display=":$(head -n1 "$state/display")"
+# No window manager runs on the display: let Wine draw the frames and captions itself.
+bash "$root/tools/wine-env.sh" run "$state" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null 2>&1
 
 # shot NAME CAPTION SCRIPT-LINES...: runs the lines, captures the window CAPTION.
 shot() {
