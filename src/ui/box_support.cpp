@@ -70,6 +70,10 @@ bool box_break_tick(Context* ctx) {
     return ctx->break_flag != 0;
 }
 
+void box_note_break(Context* ctx) {
+    if ((GetKeyState(VK_CONTROL) & 0x8000) && (GetKeyState(VK_CANCEL) & 0x8000)) ctx->break_flag = 1;
+}
+
 void box_after(Context* ctx) {
     plat_pump_messages(ctx);
     SetCursor((HCURSOR)ctx->current_cursor);

@@ -36,6 +36,10 @@ void box_leave(HWND dlg, INT_PTR result);
 // been pressed (the context's break flag is set).
 const UINT_PTR BOX_BREAK_TIMER = 0x7B;
 bool box_break_tick(Context* ctx);
+// A command that ends a box: the dialog manager turns Ctrl+Break into
+// Cancel, so the keys are looked at as the box ends, and a break that
+// closed it is kept as a break (the run stops after the box).
+void box_note_break(Context* ctx);
 
 // After every box: pump pending messages once, restore the cursor.
 void box_after(Context* ctx);

@@ -244,7 +244,7 @@ void end_with(HWND dlg, Context* ctx, DialogCall* call, INT_PTR result) {
 }
 
 void command(HWND dlg, Context* ctx, DialogCall* call, int id, int code) {
-    if (id == IDCANCEL) { end_with(dlg, ctx, call, 0); return; }
+    if (id == IDCANCEL) { box_note_break(ctx); end_with(dlg, ctx, call, 0); return; }
     DialogControl* c = control_by_id(call, id);
     if (id == IDOK && (!c || c->def.type == DC_PUSHBUTTON)) { end_with(dlg, ctx, call, 1); return; }
     if (!c) return;

@@ -148,6 +148,7 @@ extern "C" INT_PTR CALLBACK DisplayBoxProc(HWND dlg, UINT msg, WPARAM wp, LPARAM
     if (!ctx) return FALSE;
     switch (msg) {
     case WM_KEYDOWN: case WM_CHAR: case WM_COMMAND: case WM_LBUTTONDOWN:
+        box_note_break(ctx);
         ctx->box.display_left = 1;
         closing_check(dlg, ctx);
         return TRUE;

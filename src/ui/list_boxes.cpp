@@ -160,6 +160,7 @@ INT_PTR list_proc(HWND dlg, UINT msg, WPARAM wp, LPARAM lp, const char* sound) {
         if (id != IDOK && id != IDCANCEL && !double_click) return FALSE;
         Context* ctx = box_context(dlg);
         if (!ctx) { EndDialog(dlg, 0); return TRUE; }
+        box_note_break(ctx);
         if (id == IDCANCEL) box_leave(dlg, 0);
         else choose(dlg, ctx);
         return TRUE;

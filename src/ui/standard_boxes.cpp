@@ -137,6 +137,7 @@ extern "C" INT_PTR CALLBACK GetVarBoxProc(HWND dlg, UINT msg, WPARAM wp, LPARAM 
         if (id != IDOK && id != IDCANCEL) return FALSE;
         Context* ctx = box_context(dlg);
         if (!ctx) { EndDialog(dlg, 0); return TRUE; }
+        box_note_break(ctx);
         if (id == IDOK) {
             AskCall* call = (AskCall*)ctx->box.call;
             GetDlgItemTextA(dlg, BOX_ANSWER, call->answer, sizeof call->answer);
