@@ -1,8 +1,8 @@
 // tslrun: the command-line host. Runs one script file with TSLPR32I.dll,
 // through the DLL's exports only, as any host program would.
 //
-//   tslrun [--console] [--time] SCRIPT [ARG...]
-//   tslrun --help
+//   tslrun [--console] [--time] [--encoded-only] SCRIPT [ARG...]
+//   tslrun --help | --version
 //
 // Param0 holds the number of arguments, Param1... the arguments. Exit
 // status: 0 when the run ended at its end, by Exit or by Return; 1 when an
@@ -10,30 +10,35 @@
 // read or the DLL cannot be started. --console writes every box to
 // standard error and answers it with its default button. --time writes
 // the run's own time, without the start of the process and the DLL, to
-// standard error as "run time: SECONDS s".
+// standard error as "run time: SECONDS s". An encoded script file is
+// checked and decoded as Call does; --encoded-only (or the DLL's
+// encoded-scripts mode from TSLPROCS.INI) refuses plain script files.
 #include <windows.h>
 #include <cstdio>
 #include <cstring>
 #include "../include/tslpr32i.h"
+#include "../src/core/encoded_script.h"
 
 namespace {
 
 const int VAR_SLOTS = 2000;
 const LPARAM HEAP_SIZE = 65536;
 const char VERSION_TEXT[] = "tslrun 1.0";
-const char HELP_TEXT[] =
-    "usage: tslrun [--console] [--time] SCRIPT [ARG...]\r\n"
-    "Runs a TSL script with TSLPR32I.dll; Param0 holds the number of ARGs, Param1... the ARGs.\r\n"
-    "  --console  unattended: no box is shown and none waits. Each box is written to\r\n"
-    "             standard error as \"BOX(caption): text\" and answered by its default\r\n"
-    "             button: Message and Pause 1, AskYesNo 1 (Yes), AskLine its default\r\n"
-    "             answer, AskPassword \"\", Display 1 at once; ItemSelect, TextSelect,\r\n"
-    "             TextBox and TextBoxSort write their list and answer \"\"; DialogBox\r\n"
-    "             builds its dialog unseen and presses OK (1, every control stores\r\n"
-    "             its state). Error reports are written the same way.\r\n"
-    "  --time     writes the run's own time to standard error (\"run time: SECONDS s\").\r\n"
-    "Exit status: 0 the run ended; 1 an error, a cancel or a user break stopped it;\r\n"
-    "2 the script cannot be read or the DLL cannot be started.\r\n";
+const char USAGE[] = "usage: tslrun [--console] [--time] [--encoded-only] SCRIPT [ARG...]";
+const char HELP[] =
+    "Runs a TSL script file with TSLPR32I.dll.\r\n"
+    "  --console       unattended: no box is shown and none waits. Each box is written\r\n"
+    "                  to standard error as BOX(caption): text and answered by its\r\n"
+    "                  default button: Message and Pause 1, AskYesNo 1 (Yes), AskLine\r\n"
+    "                  its default answer, AskPassword \"\", Display 1 at once;\r\n"
+    "                  ItemSelect, TextSelect, TextBox and TextBoxSort write their list\r\n"
+    "                  and answer \"\"; DialogBox builds its dialog unseen and presses\r\n"
+    "                  OK (1, every control stores its state)\r\n"
+    "  --time          write the run's own time to standard error\r\n"
+    "  --encoded-only  load only encoded script files (made by tslenc), here and in Call\r\n"
+    "  --help          this text;  --version  the versions of tslrun and the DLL\r\n"
+    "Param0 holds the number of ARGs, Param1... the ARGs. Exit status: 0 the script ran\r\n"
+    "to its end, 1 an error, cancel or break stopped it, 2 it could not be read or started.\r\n";
 
 void write_handle(DWORD which, const char* text) {
     HANDLE h = GetStdHandle(which);
@@ -75,7 +80,7 @@ long WINAPI host_command(HWND, LPARAM, long, long command, TslAnswerProc answer,
 }
 
 // The whole file in a movable block, NUL-terminated; NULL when unreadable.
-HGLOBAL read_script(const char* name) {
+HGLOBAL read_script(const char* name, DWORD* length) {
     HANDLE f = CreateFileA(name, GENERIC_READ, FILE_SHARE_READ, NULL, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL,
                            NULL);
     if (f == INVALID_HANDLE_VALUE) return NULL;
@@ -87,6 +92,7 @@ HGLOBAL read_script(const char* name) {
     DWORD got = 0;
     bool ok = text && ReadFile(f, text, size, &got, NULL) && got == size;
     if (text) { text[ok ? size : 0] = 0; GlobalUnlock(block); }
+    *length = ok ? size : 0;
     CloseHandle(f);
     if (!ok && block) { GlobalFree(block); block = NULL; }
     return block;
@@ -103,26 +109,57 @@ HWND create_host_window(HINSTANCE inst) {
                          NULL, NULL, inst, NULL);
 }
 
+// Decodes an encoded script in its block, or refuses a plain one when only
+// encoded scripts may run. Returns 0 or the DLL's message number.
+unsigned accept_script(HGLOBAL script, DWORD length, bool encoded_only) {
+    char* text = (char*)GlobalLock(script);
+    if (!text) return 204;
+    uint32_t size = length;
+    unsigned failure = tsl::accept_script_file(text, &size, encoded_only);
+    GlobalUnlock(script);
+    return failure;
+}
+
+// The DLL's version text (its message 99), or "?" without the DLL.
+void dll_version(char* buf, int size) {
+    HMODULE dll = LoadLibraryA("TSLPR32I.dll");
+    if (!dll || !LoadStringA(dll, 99, buf, size)) lstrcpynA(buf, "?", size);
+    if (dll) FreeLibrary(dll);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
+    int first = 1;
+    bool console = false, timed = false, encoded_only = false;
     if (argc == 2 && strcmp(argv[1], "--help") == 0) {
-        write_handle(STD_OUTPUT_HANDLE, HELP_TEXT);
+        write_handle(STD_OUTPUT_HANDLE, USAGE);
+        write_handle(STD_OUTPUT_HANDLE, "\r\n       tslrun --help | --version\r\n");
+        write_handle(STD_OUTPUT_HANDLE, HELP);
         return 0;
     }
-    int first = 1;
-    bool console = false, timed = false;
+    if (argc == 2 && strcmp(argv[1], "--version") == 0) {
+        char version[64];
+        dll_version(version, sizeof version);
+        write_handle(STD_OUTPUT_HANDLE, VERSION_TEXT);
+        write_handle(STD_OUTPUT_HANDLE, ", TSLPR32I.dll ");
+        write_handle(STD_OUTPUT_HANDLE, version);
+        write_handle(STD_OUTPUT_HANDLE, "\r\n");
+        return 0;
+    }
     for (; first < argc && strncmp(argv[first], "--", 2) == 0; ++first) {
         if (strcmp(argv[first], "--console") == 0) console = true;
         else if (strcmp(argv[first], "--time") == 0) timed = true;
+        else if (strcmp(argv[first], "--encoded-only") == 0) encoded_only = true;
         else break;
     }
     if (first >= argc || strncmp(argv[first], "--", 2) == 0) {
-        error_line("usage: tslrun [--console] [--time] SCRIPT [ARG...]");
+        error_line(USAGE);
         return 2;
     }
     const char* script_name = argv[first];
-    HGLOBAL script = read_script(script_name);
+    DWORD script_length = 0;
+    HGLOBAL script = read_script(script_name, &script_length);
     if (!script) {
         error_line("cannot read the script file \"", script_name, "\"");
         return 2;
@@ -150,6 +187,16 @@ int main(int argc, char** argv) {
         return 2;
     }
     services(ctx, TSL_SERVICE_SCRIPT_NAME, (LPARAM)script_name, 0, 0);
+    if (encoded_only) services(ctx, TSL_SERVICE_ENCODED_ONLY, 1, 0, 0);
+    if (unsigned refused = accept_script(script, script_length, services(ctx, TSL_SERVICE_ENCODED_ONLY, -1, 0, 0) != 0)) {
+        char text[256] = "", line[300];
+        LoadStringA(dll, refused, text, sizeof text);
+        snprintf(line, sizeof line, ": error %u: %s", refused, text);
+        error_line(script_name, line);
+        // Opened from the desktop there is no console to read: say it in a box too.
+        if (!console) MessageBoxA(NULL, line + 2, script_name, MB_OK | MB_ICONSTOP);
+        return 2;
+    }
     char number[16];
     snprintf(number, sizeof number, "%d", argc - first - 1);
     services(ctx, TSL_SERVICE_SET_VAR, (LPARAM) "param0", (LPARAM)number, 0);

@@ -1,8 +1,9 @@
 // tslrun-native: the command-line host built over the portable core for
 // Linux, for fast script tests under the sanitizers and the native
 // benchmark. Same usage, host commands and exit statuses as tslrun:
-//   tslrun-native [--console] [--time] SCRIPT [ARG...]
-// Boxes are always answered on the console in this build.
+//   tslrun-native [--console] [--time] [--encoded-only] SCRIPT [ARG...]
+// Boxes are always answered on the console in this build. An encoded
+// script is decoded as Call does; --encoded-only refuses plain ones.
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -10,7 +11,9 @@
 #include <string>
 #include <vector>
 #include "../src/core/command_call.h"
+#include "../src/core/encoded_script.h"
 #include "../src/core/heap.h"
+#include "../src/core/messages.h"
 #include "../src/core/runloop.h"
 #include "../src/core/vars.h"
 
@@ -37,11 +40,14 @@ int32_t host_command(PHandle, intptr_t, int32_t, int32_t command, AnswerFn answe
 
 int main(int argc, char** argv) {
     int a = 1;
-    bool timed = false;
-    for (; a < argc && (strcmp(argv[a], "--console") == 0 || strcmp(argv[a], "--time") == 0); ++a)
-        if (argv[a][2] == 't') timed = true;
-    if (a >= argc) {
-        fprintf(stderr, "usage: tslrun-native [--console] [--time] SCRIPT [ARG...]\n");
+    bool timed = false, encoded_only = false;
+    for (; a < argc && strncmp(argv[a], "--", 2) == 0; ++a) {
+        if (strcmp(argv[a], "--time") == 0) timed = true;
+        else if (strcmp(argv[a], "--encoded-only") == 0) encoded_only = true;
+        else if (strcmp(argv[a], "--console") != 0) break;
+    }
+    if (a >= argc || strncmp(argv[a], "--", 2) == 0) {
+        fprintf(stderr, "usage: tslrun-native [--console] [--time] [--encoded-only] SCRIPT [ARG...]\n");
         return 2;
     }
     const char* name = argv[a++];
@@ -56,6 +62,11 @@ int main(int argc, char** argv) {
     fclose(f);
     std::vector<char> script(text.begin(), text.end());
     script.push_back(0);
+    uint32_t size = (uint32_t)text.size();
+    if (unsigned refused = accept_script_file(script.data(), &size, encoded_only)) {
+        fprintf(stderr, "tslrun: %s: error %u: %s\n", name, refused, builtin_message(refused));
+        return 2;
+    }
 
     static Context ctx;   // zeroed, like a fresh context block
     std::vector<uint8_t> heap(HEAP_MAX_SIZE);
@@ -67,6 +78,7 @@ int main(int argc, char** argv) {
     ctx.var_capacity = (uint16_t)vars.size();
     ctx.sounds = 1;
     ctx.dde_timeout = 3000;
+    ctx.encoded_only = encoded_only;
     plat_set_console_mode(true);
     snprintf(ctx.top_script_name, sizeof ctx.top_script_name, "%s", name);
 

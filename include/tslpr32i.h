@@ -42,6 +42,8 @@ extern "C" {
 #define TSL_SERVICE_RUN_RESULT 111   /* result: the last run's loop result: 1 end, 0 exit/error/break,
                                         -1 return */
 #define TSL_SERVICE_RUN_BREAK 112    /* result: 1 when the last run was stopped by a user break */
+#define TSL_SERVICE_ENCODED_ONLY 130 /* p1 = 1 on, 0 off, -1 ask: only encoded script and menu files
+                                        load (Call, menus); result: the state before the call */
 
 /* Keyword kinds of a keyword record */
 #define TSL_KIND_FUNCTION 2

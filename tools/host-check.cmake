@@ -1,5 +1,6 @@
 # Runs a host with arguments and checks its exit status and standard error:
-#   cmake "-DCOMMAND=prog;args" -DWANT_STATUS=n -DWANT_ERR=regex [-DWANT_OUT=text] -P host-check.cmake
+#   cmake "-DCOMMAND=prog;args" -DWANT_STATUS=n -DWANT_ERR=regex [-DWANT_OUT=text | -DWANT_OUT_REGEX=regex]
+#         -P host-check.cmake
 execute_process(COMMAND ${COMMAND} INPUT_FILE /dev/null
                 OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE status TIMEOUT 120)
 string(REPLACE "\r\n" "\n" err "${err}")
@@ -13,6 +14,9 @@ if(DEFINED WANT_ERR AND NOT err MATCHES "${WANT_ERR}")
 endif()
 if(DEFINED WANT_OUT AND NOT out STREQUAL "${WANT_OUT}")
   string(APPEND failures "standard output: expected \"${WANT_OUT}\", got \"${out}\"\n")
+endif()
+if(DEFINED WANT_OUT_REGEX AND NOT out MATCHES "${WANT_OUT_REGEX}")
+  string(APPEND failures "standard output does not match \"${WANT_OUT_REGEX}\"\n")
 endif()
 if(failures)
   message(FATAL_ERROR "${failures}--- standard output\n${out}--- standard error\n${err}")

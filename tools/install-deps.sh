@@ -19,13 +19,17 @@ export DEBIAN_FRONTEND=noninteractive
 
 packages=(cmake ninja-build g++ gcc make g++-mingw-w64-x86-64 g++-mingw-w64-i686
           binutils-mingw-w64-x86-64 binutils-mingw-w64-i686 xvfb xauth imagemagick
-          googletest clang libclang-rt-14-dev regina-rexx locales)
+          googletest clang libclang-rt-14-dev regina-rexx locales nsis)
 wine_packages=(wine wine64 wine32:i386)
 
 installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q "install ok installed"; }
 
 missing=()
 for p in "${packages[@]}" "${wine_packages[@]}"; do installed "$p" || missing+=("$p"); done
+# Node and npm run the editor grammar's test. A machine may have them from
+# another Node package (npm inside it): Debian's are asked for only when
+# the commands are missing.
+if ! command -v node >/dev/null || ! command -v npm >/dev/null; then missing+=(nodejs npm); fi
 
 # An apt source list of the main suites only: every stanza of the system's
 # lists except those of the security suite.

@@ -2,8 +2,9 @@
 # Everything, from a fresh Debian 12 machine: installs the dependencies,
 # builds native, win64, win32 (and the fuzzer), runs the native unit and
 # script tests, the Windows tests and script tests under Wine on both
-# architectures (64-bit and the product's own 32-bit form), and a short
-# fuzz run. The last line is "N passed, N failed"; the exit status is
+# architectures (64-bit and the product's own 32-bit form), the editor
+# grammar's test and a short fuzz run. The last line is "N passed, N
+# failed"; the exit status is
 # non-zero when anything failed. A build that fails counts as one failure.
 set -u
 cd "$(dirname "$0")/.."
@@ -76,6 +77,15 @@ check_exports() {
 }
 check_exports x86_64-w64-mingw32-objdump build/win64/TSLPR32I.dll
 check_exports i686-w64-mingw32-objdump build/win32/TSLPR32I.dll
+
+# The editor grammar: example scripts tokenized as the editor does (Node).
+step "editor grammar"
+if bash tools/editor-test.sh </dev/null >"$log_dir/editor-test.log" 2>&1; then
+    passed=$((passed + 1)); echo "editor grammar: $(grep -E '^# pass' "$log_dir/editor-test.log")"
+else
+    failed=$((failed + 1)); notes+=("the editor grammar test failed (see $log_dir/editor-test.log)")
+    tail -n 30 "$log_dir/editor-test.log"
+fi
 
 step "fuzzing"
 if [ -f tests/fuzz/fuzz_statements.cpp ]; then

@@ -1,13 +1,13 @@
 #!/bin/bash
-# A first look: installs the dependencies, builds the DLL and the
-# command-line host in the product's own form (32-bit), and runs
-# examples/tour.tsl with them under Wine.
+# A first look: installs the dependencies, builds the DLL, the
+# command-line host and the installer in the product's own form (32-bit),
+# and runs examples/tour.tsl with them under Wine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
 bash tools/install-deps.sh
 cmake --preset win32 </dev/null >/dev/null
-cmake --build --preset win32 --target tslpr32i tslrun </dev/null
+cmake --build --preset win32 --target tslpr32i tslrun tsl_setup </dev/null
 state="$root/build/win32/wine-tour"
 echo "starting Wine (a fresh prefix takes a few seconds)..."
 bash tools/wine-env.sh start "$state" >/dev/null
@@ -18,4 +18,5 @@ set +e
 status=$?
 set -e
 echo "---- exit status $status"
+echo "the installer: $(ls "$root"/build/win32/TSL-*-win32-setup.exe)"
 exit $status

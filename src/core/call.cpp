@@ -1,6 +1,7 @@
 // Call(file, parameters): runs another script file with the Param variables.
 #include <cstring>
 #include "bounded.h"
+#include "encoded_script.h"
 #include "lexer.h"
 #include "line_tokens.h"
 #include "report.h"
@@ -82,6 +83,11 @@ void call_script(Context* ctx, const char* file, const char* params) {
     if (!ctx->error) {
         if (!plat_search_file(name, full, sizeof full)) failure = 102;
         else failure = plat_load_script_file(full, &text, &size);
+        // An encoded file is checked and decoded here; a refused one loads nothing.
+        if (!failure && (failure = accept_script_file(text, &size, ctx->encoded_only)) != 0) {
+            plat_free_script_file(text);
+            text = nullptr;
+        }
     }
     if (failure) {
         loader_failure(ctx, failure, name);

@@ -86,6 +86,7 @@ struct Context {
     uint8_t initialised;            // modes 1..3 passed
     uint8_t attached;               // counted as attached (mode 3)
     uint8_t run_depth;              // runs in progress on this context (more than 1: nested)
+    uint8_t encoded_only;           // only encoded script and menu files load (encoded-scripts mode)
 
     // --- string heap ---
     uint8_t* heap;                  // locked base of the heap block
@@ -130,6 +131,8 @@ struct Context {
     PHandle extra_block;            // freed by mode 99
     PHandle host_instance;
     intptr_t host_value;            // passed to every command call
+    char win_pattern[LINE_BUF];     // the window functions' title search: the pattern
+    PHandle win_found;              //   and the window found (none before each search)
     PHandle wait_cursor, arrow_cursor, current_cursor;
     int32_t font_width, font_height;   // system fixed font metrics
     uint32_t dde_timeout;

@@ -204,6 +204,10 @@ static void function_call(Context* ctx, Value* v, const KeywordRecord* r) {
     if (variadic) n = 0;
     if (n > MAX_ARGS) { fail(ctx, 3070); return; }
     bool no_paren = false;
+    // A dotted reference hands its own text (obj.member...) to the object
+    // functions in args[0]: the tokens after it overwrite the token text.
+    char dotted[TOKEN_BUF];
+    if (id == K_DOTTED) memcpy(dotted, ctx->tok_text, sizeof dotted);
     get_token(ctx);
     if (ctx->error) return;
     if (!is_op(ctx, K_LPAREN)) {
@@ -214,6 +218,7 @@ static void function_call(Context* ctx, Value* v, const KeywordRecord* r) {
     }
     Value args[MAX_ARGS + 1];
     for (auto& a : args) a = Value{0, 0, NO_VARIABLE, 0};
+    if (id == K_DOTTED && !value_set_text(ctx, &args[0], dotted)) return;
     if (!variadic && !no_paren) {
         get_token(ctx);
         if (ctx->error) return;
@@ -230,6 +235,7 @@ static void function_call(Context* ctx, Value* v, const KeywordRecord* r) {
     }
     dispatch(ctx, id, v, args, n, r->str_mask, false);
     free_args(ctx, args, n);
+    if (id == K_DOTTED) free_text(ctx, &args[0]);
     if (!ctx->error) get_token(ctx);
 }
 
@@ -300,6 +306,8 @@ static void assign(Context* ctx, uint16_t slot, Value* v) {
     if (v->flags == VF_SPECIAL) v->flags = VF_INT;
 }
 
+DottedAssignFn g_dotted_assign = nullptr;
+
 void eval_expression(Context* ctx, Value* v) {
     if (ctx->tok_kind == T_NAME || (ctx->tok_kind == T_KEYWORD && ctx->tok_id == K_DOTTED)) {
         bool dotted = ctx->tok_kind == T_KEYWORD;
@@ -319,7 +327,11 @@ void eval_expression(Context* ctx, Value* v) {
             if (ctx->error) return;
             logical(ctx, v);
             if (dotted) {
-                if (!ctx->error) fail(ctx, ctx->tok_kind != T_END ? 3074 : 2253);
+                // A property of an automation object takes the value; any
+                // other dotted assignment is refused with 2253.
+                if (ctx->error) return;
+                if (ctx->tok_kind != T_END) fail(ctx, 3074);
+                else if (!g_dotted_assign || !g_dotted_assign(ctx, name, v)) fail(ctx, 2253);
                 return;
             }
             assign(ctx, slot, v);

@@ -16,4 +16,11 @@ void eval_expression(Context* ctx, Value* v);
 // `syntax_error` set when the argument was not followed by "," or ")".
 int eval_next_argument(Context* ctx, Value* v, bool* last, uint16_t syntax_error);
 
+// An assignment to a dotted reference (obj.member = value) goes here once
+// the object functions have set it: true when the reference named an
+// object's property (with ctx->error set if putting the value failed),
+// false to refuse it with 2253. Unset, every such assignment is 2253.
+typedef bool (*DottedAssignFn)(Context* ctx, const char* reference, const Value* value);
+extern DottedAssignFn g_dotted_assign;
+
 } // namespace tsl

@@ -67,6 +67,13 @@ void plat_break_test(Context* ctx);
 // Selects the wait cursor (during a run) or the arrow cursor (after it).
 void plat_set_cursor(Context* ctx, bool wait);
 
+// --- the debug trace ---
+enum : int { TRACE_STOP = 0, TRACE_STEP = 1, TRACE_RUN = 2 };
+// Asks before a traced statement, showing the line and the last result (the
+// debug-trace dialog; natively a box): TRACE_STEP runs the line, TRACE_RUN
+// runs it and turns the trace off, TRACE_STOP stops the run.
+int plat_debug_trace(Context* ctx, const char* line);
+
 // --- profiles and files ---
 // GetProfileString / GetPrivateProfileString (file == nullptr: the user profile).
 unsigned plat_profile_string(const char* file, const char* section, const char* key,

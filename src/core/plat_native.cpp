@@ -89,6 +89,11 @@ void plat_play_sound(const char*) {}
 void plat_message_beep(unsigned) {}
 void plat_output_debug(const char*) {}
 void plat_write_stderr(const char* text) { fputs(text, stderr); }
+int plat_debug_trace(Context* ctx, const char* line) {
+    int answer = plat_message_box(ctx->owner, line, "Debug: run this line?", BOX_OKCANCEL | BOX_ICONQUESTION);
+    return answer == ANSWER_OK ? TRACE_STEP : TRACE_STOP;
+}
+
 bool plat_console_mode() { return g_console; }
 void plat_set_console_mode(bool on) { g_console = on; }
 

@@ -7,6 +7,7 @@
 #include "bounded.h"
 #include "command_call.h"
 #include "startup_win32.h"
+#include "../periphery/debug_trace.h"
 
 namespace tsl {
 
@@ -182,6 +183,8 @@ int plat_message_box(PHandle owner, const char* text, const char* caption, unsig
     }
     return MessageBoxA((HWND)owner, text, caption, style);
 }
+
+int plat_debug_trace(Context* ctx, const char* line) { return debug_trace_dialog(ctx, line); }
 
 PHandle plat_focus_window() { return GetFocus(); }
 

@@ -62,6 +62,11 @@ LRESULT service(Context* ctx, int code, LPARAM p1, LPARAM p2, LPARAM p3) {
         return 1;
     case TSL_SERVICE_IDLE_CALLS: ctx->idle_calls = p1 != 0; return 1;
     case TSL_SERVICE_BREAK_REPORT: ctx->break_report = p1 != 0; return 1;
+    case TSL_SERVICE_ENCODED_ONLY: {
+        LRESULT before = ctx->encoded_only;
+        if (p1 != -1) ctx->encoded_only = p1 != 0;
+        return before;
+    }
     case TSL_SERVICE_RUN_ERROR: return ctx->run_error;
     case TSL_SERVICE_RUN_RESULT: return ctx->run_result;
     case TSL_SERVICE_RUN_BREAK: return ctx->break_flag != 0;

@@ -6,6 +6,7 @@
 #include "../../include/tslpr32i.h"
 #include "startup_win32.h"
 #include "../files/file_handles.h"
+#include "../periphery/shutdown.h"
 #include "context.h"
 #include "bounded.h"
 #include "command_call.h"
@@ -129,6 +130,7 @@ static WORD mode_context(HINSTANCE host, HGLOBAL block, LPARAM host_value, const
     bounded_copy(ctx, ctx->host_name2, t2 ? t2 : "", sizeof ctx->host_name2);
     ctx->sounds = setting_int("Sounds", "1") != 0;
     ctx->pretty_dialogs = setting_int("PrettyDialogs", "0") != 0;
+    ctx->encoded_only = setting_int("EncodedScriptsOnly", "0") != 0;
     ctx->dde_timeout = 3000;
     bounded_copy(ctx, ctx->delim1, "\t", sizeof ctx->delim1);
     bounded_copy(ctx, ctx->delim2, "\t", sizeof ctx->delim2);
@@ -233,6 +235,7 @@ static WORD mode_shutdown(HGLOBAL block) {
         ctx->error = 0;
     }
     files_close_all(ctx);
+    periphery_shutdown(ctx);
     if (ctx->attached) {
         ctx->attached = 0;
         if (--g_attached == 0 && g_texture_brush) {

@@ -163,8 +163,9 @@ static int carry_out(Context* ctx, char* line, char* stmt, ScriptPlace* place, b
     }
 }
 
-// Shows the trace before a statement: a box with the line (OK runs it,
-// Cancel stops), or a line on standard error in console mode.
+// Shows the trace before a statement: the debug-trace dialog (Step runs
+// the line, Run runs on with the trace off, Cancel stops), or a line on
+// standard error in console mode.
 static int trace(Context* ctx, const char* line) {
     bounded_copy(ctx, ctx->trace_line, line, sizeof ctx->trace_line);
     if (plat_console_mode()) {
@@ -174,7 +175,9 @@ static int trace(Context* ctx, const char* line) {
         plat_write_stderr(buf);
         return 1;
     }
-    return plat_message_box(ctx->owner, line, "Debug: run this line?", BOX_OKCANCEL | BOX_ICONQUESTION) == ANSWER_OK;
+    int answer = plat_debug_trace(ctx, line);
+    if (answer == TRACE_RUN) ctx->debug_trace = 0;
+    return answer != TRACE_STOP;
 }
 
 int execute_statement(Context* ctx, char* line, char* stmt, ScriptPlace* place, bool from_outside) {

@@ -25,4 +25,21 @@ TSL_FAMILY_DECL(kFamilyDisplay)     // ui/display_box.cpp: Display
 TSL_FAMILY_DECL(kFamilyListBoxes)   // ui/list_boxes.cpp: ItemSelect, TextSelect, TextBox, TextBoxSort
 TSL_FAMILY_DECL(kFamilyDialogBox)   // ui/dialog_box.cpp: DialogBox
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
+TSL_FAMILY_DECL(kFamilyWindowShow)   // system/window_show.cpp: WinActivate, WinClose, WinExist, WinWaitClose, ...
+TSL_FAMILY_DECL(kFamilyWindowList)   // system/window_list.cpp: WinItemize, WinCloseNot, WinExeName, WinIsDos, FindWindow
+TSL_FAMILY_DECL(kFamilyWindowPlace)  // system/window_place.cpp: WinPosition, WinPlace, WinPlaceGet, WinPlaceSet
+TSL_FAMILY_DECL(kFamilyWindowArrange)  // system/window_arrange.cpp: WinArrange
+TSL_FAMILY_DECL(kFamilySystemInfo)   // system/system_info.cpp: WinVersion, WinConfig, WinMetrics, WinParmGet, ...
+TSL_FAMILY_DECL(kFamilyApps)         // system/apps.cpp: AppExist, AppWaitClose
+TSL_FAMILY_DECL(kFamilyMenuCommand)  // system/menu_command.cpp: SendMenusTo
+TSL_FAMILY_DECL(kFamilyClipboard)   // periphery/clipboard.cpp: ClipGet, ClipPut, ClipAppend
+TSL_FAMILY_DECL(kFamilyRegistry)    // periphery/registry.cpp: Reg*
+TSL_FAMILY_DECL(kFamilyMachineQueries) // periphery/machine_queries.cpp: DosVersion, ExeTypeInfo, KeyToggle*, MouseInfo, MsgTextGet
+TSL_FAMILY_DECL(kFamilyScriptControl) // periphery/script_control.cpp: ParseData, Terminate, EndSession
+TSL_FAMILY_DECL(kFamilyDllCall)     // periphery/dll_call.cpp: DllCall
+TSL_FAMILY_DECL(kFamilyObjects)     // periphery/objects.cpp: ObjectOpen, ObjectClose, obj.member (id 21)
+TSL_FAMILY_DECL(kFamilyMedia)       // periphery/media.cpp: Sounds, PlayMedia, PlayMidi, PlayWaveform
+TSL_FAMILY_DECL(kFamilySnapshot)    // periphery/snapshot.cpp: SnapShot
+TSL_FAMILY_DECL(kFamilyDesktop)     // periphery/desktop.cpp: Wallpaper, IconReplace
+TSL_FAMILY_DECL(kFamilyNetwork)     // periphery/network.cpp: Net*
 } // namespace tsl

@@ -7,6 +7,10 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv, &kFamilyStandardBoxes, &kFamilyDisplay,
     &kFamilyListBoxes, &kFamilyDialogBox,
+    &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
+    &kFamilyApps, &kFamilyMenuCommand,
+    &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
+    &kFamilyObjects, &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }

@@ -7,36 +7,9 @@
 #include "../core/command_call.h"
 #include "../core/messages.h"
 #include "families.h"
+#include "../system/window_find.h"
 
 namespace tsl {
-
-// The title rule of the window functions: a pattern ending in "~" must equal
-// the whole title; otherwise it is a case-sensitive prefix of the title.
-static bool title_matches(const char* title, const char* pattern) {
-    size_t plen = strlen(pattern), tlen = strlen(title);
-    if (plen > 1 && pattern[plen - 1] == '~') {
-        char whole[257];
-        memcpy(whole, pattern, plen - 1 < 256 ? plen - 1 : 256);
-        whole[plen - 1 < 256 ? plen - 1 : 256] = 0;
-        return lstrcmpA(title, whole) == 0;
-    }
-    if (plen > tlen) return false;
-    char cut[257];
-    memcpy(cut, title, plen);
-    cut[plen] = 0;
-    return lstrcmpA(cut, pattern) == 0;
-}
-
-struct TitleSearch { const char* pattern; HWND found; };
-
-static BOOL CALLBACK find_title(HWND w, LPARAM lp) {
-    TitleSearch* s = reinterpret_cast<TitleSearch*>(lp);
-    char title[257];
-    if (GetWindowTextA(w, title, sizeof title) <= 0 || strcmp(title, "WinOldAp") == 0) return TRUE;
-    if (!title_matches(title, s->pattern)) return TRUE;
-    s->found = w;
-    return FALSE;
-}
 
 struct ClassCount { const char* pattern[3]; int count[3]; };
 
@@ -109,11 +82,7 @@ static void fn_int_control(Context* ctx, Value* r, Value* a) {
     case 20: snprintf(out, sizeof out, "%lld", (long long)(INT_PTR)ctx->main_window); break;
     case 21: {
         HWND w = (HWND)ctx->main_window;
-        if (*p1) {
-            TitleSearch s{p1, nullptr};
-            EnumWindows(find_title, (LPARAM)&s);
-            w = s.found;
-        }
+        if (*p1) w = window_find(ctx, p1);
         snprintf(out, sizeof out, "%lld", (long long)(INT_PTR)w);
         break;
     }

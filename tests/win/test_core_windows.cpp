@@ -45,10 +45,11 @@ TEST_F(CoreWindows, BoxesOfReportsExecuteTraceAndIntControl1) {
         {__LINE__, {"execute execute x = 1 +", "Echo(2)"}, {IDCANCEL},
          {{"EXECUTE::Illegal Syntax", "execute execute x = 1 +", true, EXCLAMATION},
           {"EXECUTE::Cancelled", "execute execute x = 1 +", true, EXCLAMATION}}, 9013, 0, ""},
-        // the trace asks before each line; Cancel stops before the line
+        // the trace asks before each line (its dialog: test_periphery_trace.cpp); Cancel stops before the line
         {__LINE__, {"Debug(@on)", "Echo(1)", ":lab b = 2", "Echo(3)"}, {IDOK, IDOK, IDCANCEL},
-         {{"Debug: run this line?", "Echo(1)", true, NONE}, {"Debug: run this line?", ":lab b = 2", true, NONE},
-          {"Debug: run this line?", "Echo(3)", true, NONE}}, 0, 0, "1\n"},
+         {{"Debug", "Next line:|Echo(1)|Last result:|0", true, NONE},
+          {"Debug", "Next line:|:lab b = 2|Last result:|0", true, NONE},
+          {"Debug", "Next line:|Echo(3)|Last result:|2", true, NONE}}, 0, 0, "1\n"},
         // IntControl 1: two plain boxes in turn
         {__LINE__, {"Echo(IntControl(1, \"first caption\", \"first text\", \"second caption\", \"second text\"))"},
          {IDOK}, {{"first caption", "first text", false, NONE}, {"second caption", "second text", false, NONE}}, 0, 1,

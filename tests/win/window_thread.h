@@ -1,0 +1,79 @@
+// Windows of "another program" for the window-function tests: a thread of
+// the test with its own message loop owns them, so that messages posted to
+// them are handled there while the script runs on the test's main thread.
+// Also a wait for a window's state (never a fixed sleep).
+#pragma once
+#include "host_harness.h"
+#include <condition_variable>
+
+// Polls `done` every 10 ms for up to `ms`, handling this thread's messages meanwhile.
+inline bool wait_for(const std::function<bool()>& done, DWORD ms = 8000) {
+    DWORD start = GetTickCount();
+    for (;;) {
+        if (done()) return true;
+        if (GetTickCount() - start > ms) return false;
+        MSG msg;
+        while (PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE)) { TranslateMessage(&msg); DispatchMessageA(&msg); }
+        Sleep(10);
+    }
+}
+
+class WindowThread {
+public:
+    WindowThread() : thread_([this] { loop(); }) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        ready_.wait(lock, [this] { return id_ != 0; });
+    }
+    ~WindowThread() { PostThreadMessageA(id_, WM_QUIT, 0, 0); thread_.join(); }
+    // A top-level window of class "TslWinOther" made on the thread; menu may be NULL.
+    HWND make(const char* title, DWORD style = WS_OVERLAPPEDWINDOW, HMENU menu = NULL, int x = 20, int y = 20,
+              int w = 300, int h = 200) {
+        Request r{title, style, menu, x, y, w, h, NULL, CreateEventA(NULL, TRUE, FALSE, NULL)};
+        PostThreadMessageA(id_, WM_APP, 0, (LPARAM)&r);
+        WaitForSingleObject(r.done, 10000);
+        CloseHandle(r.done);
+        return r.made;
+    }
+    static inline std::atomic<UINT> last_command{0};   // the last WM_COMMAND id any such window received
+
+private:
+    struct Request { const char* title; DWORD style; HMENU menu; int x, y, w, h; HWND made; HANDLE done; };
+    static LRESULT CALLBACK proc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
+        if (m == WM_COMMAND) last_command = LOWORD(wp);
+        return DefWindowProcA(w, m, wp, lp);
+    }
+    void loop() {
+        MSG msg;
+        PeekMessageA(&msg, NULL, 0, 0, PM_NOREMOVE);   // the thread's queue exists before make() posts
+        WNDCLASSA wc = {};
+        wc.lpfnWndProc = proc;
+        wc.hInstance = GetModuleHandleA(NULL);
+        wc.lpszClassName = "TslWinOther";
+        RegisterClassA(&wc);
+        { std::lock_guard<std::mutex> lock(mutex_); id_ = GetCurrentThreadId(); }
+        ready_.notify_all();
+        while (GetMessageA(&msg, NULL, 0, 0) > 0) {
+            if (!msg.hwnd && msg.message == WM_APP) {
+                Request* r = (Request*)msg.lParam;
+                r->made = CreateWindowA("TslWinOther", r->title, r->style, r->x, r->y, r->w, r->h, NULL, r->menu,
+                                        GetModuleHandleA(NULL), NULL);
+                SetEvent(r->done);
+                continue;
+            }
+            TranslateMessage(&msg);
+            DispatchMessageA(&msg);
+        }
+    }
+    std::mutex mutex_;
+    std::condition_variable ready_;
+    DWORD id_ = 0;
+    std::thread thread_;
+};
+
+inline std::string hwnd_text(HWND w) { return std::to_string((long long)(INT_PTR)w); }
+
+inline std::string title_of(HWND w) {
+    char t[300] = "";
+    GetWindowTextA(w, t, sizeof t);
+    return t;
+}
