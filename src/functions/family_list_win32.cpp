@@ -6,6 +6,8 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
     &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch,
+    &kFamilyIniEnv, &kFamilyStandardBoxes, &kFamilyDisplay,
+    &kFamilyListBoxes, &kFamilyDialogBox,
     &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
     &kFamilyApps, &kFamilyMenuCommand,
     &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
