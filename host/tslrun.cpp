@@ -27,8 +27,13 @@ const char VERSION_TEXT[] = "tslrun 1.0";
 const char USAGE[] = "usage: tslrun [--console] [--time] [--encoded-only] SCRIPT [ARG...]";
 const char HELP[] =
     "Runs a TSL script file with TSLPR32I.dll.\r\n"
-    "  --console       write every box to standard error as BOX(caption): text\r\n"
-    "                  and answer it with its default button\r\n"
+    "  --console       unattended: no box is shown and none waits. Each box is written\r\n"
+    "                  to standard error as BOX(caption): text and answered by its\r\n"
+    "                  default button: Message and Pause 1, AskYesNo 1 (Yes), AskLine\r\n"
+    "                  its default answer, AskPassword \"\", Display 1 at once;\r\n"
+    "                  ItemSelect, TextSelect, TextBox and TextBoxSort write their list\r\n"
+    "                  and answer \"\"; DialogBox builds its dialog unseen and presses\r\n"
+    "                  OK (1, every control stores its state)\r\n"
     "  --time          write the run's own time to standard error\r\n"
     "  --encoded-only  load only encoded script files (made by tslenc), here and in Call\r\n"
     "  --help          this text;  --version  the versions of tslrun and the DLL\r\n"

@@ -70,7 +70,7 @@ check_exports() {
     table=$("$objdump" -p "$dll" | sed -n '/\[Ordinal\/Name Pointer\] Table/,/^$/p')
     for name in DoDaDllInit ProcessDaBatBuffer DLLServices ViperAnswer LibMain ProcessSubExpression \
                 get_token find_var VMalloc VFree LoadStandardMenu ParseStandardMenu HotKeyCheck \
-                MenuSelectProcessing; do
+                MenuSelectProcessing GetVarBoxProc DisplayBoxProc ItemSelectDlg TextBoxDlg MyDialogWndProc2; do
         echo "$table" | grep -qE "\] $name\$" || missing="$missing $name"
     done
     if [ -z "$missing" ]; then passed=$((passed + 1)); echo "exports of $dll: plain names"
@@ -130,6 +130,17 @@ if [ -f tests/fuzz/fuzz_statements.cpp ]; then
             else
                 failed=$((failed + 1)); notes+=("the menu fuzz run found a failure (see $log_dir/fuzz-menus.log)")
                 tail -n 40 "$log_dir/fuzz-menus.log"
+            fi
+        fi
+        # DialogBox control definitions: 20 s from the seeds in tests/fuzz/dialog-corpus.
+        if [ -x build/fuzz/fuzz_dialog_fields ]; then
+            mkdir -p build/fuzz/dialog-corpus-run build/fuzz/artifacts
+            if (cd build/fuzz && ./fuzz_dialog_fields -max_total_time=20 -artifact_prefix=artifacts/ \
+                    dialog-corpus-run "$root/tests/fuzz/dialog-corpus" </dev/null >"$log_dir/fuzz-dialog.log" 2>&1); then
+                passed=$((passed + 1)); echo "dialog fuzz run: no findings in 20 s"
+            else
+                failed=$((failed + 1)); notes+=("the dialog fuzz run found a failure (see $log_dir/fuzz-dialog.log)")
+                tail -n 40 "$log_dir/fuzz-dialog.log"
             fi
         fi
     fi

@@ -4,7 +4,6 @@
 #include "encoded_script.h"
 #include "lexer.h"
 #include "line_tokens.h"
-#include "report.h"
 #include "runloop.h"
 #include "statements.h"
 #include "vars.h"
@@ -54,12 +53,14 @@ void set_call_parameters(Context* ctx, const char* p) {
     var_set_int(ctx, "Param0", (int32_t)count);
 }
 
-// A loader failure is reported at once, with the file name as the text;
-// the run then stops silently ("Previously reported error").
+// A file that cannot be loaded is an error of the Call statement under its
+// own number (102, 203-206), reported by the statement like any other, so
+// that the error mode and execute decide whether the run goes on; the
+// report shows the file's name instead of the line.
 static void loader_failure(Context* ctx, unsigned number, const char* name) {
     bounded_copy(ctx, ctx->error_text, name, sizeof ctx->error_text);
-    report(ctx, ctx->owner, 0, number, SEV_FATAL);
-    fail(ctx, 9002);
+    ctx->error_text_of = (uint16_t)number;
+    fail(ctx, (uint16_t)number);
 }
 
 void call_script(Context* ctx, const char* file, const char* params) {

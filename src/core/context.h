@@ -52,6 +52,19 @@ typedef int32_t(TSL_CALL* CommandProc)(PHandle main_window, intptr_t host_value,
                                                          void* answer_record, const char* t1, const char* t2,
                                                          const char* t3, const char* t4, const char* t5);
 
+// What the boxes keep between calls (src/ui). The texts of an open box
+// live in its own call record, which `call` points at while it is up.
+const unsigned BUTTON_NAME_MAX = 24;
+struct BoxState {
+    char ok_name[BUTTON_NAME_MAX + 1];      // ButtonNames
+    char cancel_name[BUTTON_NAME_MAX + 1];
+    uint8_t names_pending;      // for the next OK/Cancel box only; cleared by every run
+    uint8_t fixed_pitch_list;   // IntControl 40: list boxes in the fixed-pitch font
+    uint8_t file_required;      // IntControl 41: a DialogBox file list must have a file chosen
+    int32_t display_left;       // Display: milliseconds left
+    void* call;                 // the open box's call record
+};
+
 // The answer record handed to a command call and back to ViperAnswer.
 struct AnswerRecord {
     struct Context* ctx;
@@ -141,6 +154,8 @@ struct Context {
     // --- statements and run ---
     Value result;                   // last statement's value
     uint16_t last_error;            // last statement's error
+    uint16_t error_text_of;         // the error whose report shows error_text as it stands
+                                    //   (Call's file name), 0 none
     const char* script;             // the script being run (host buffer or Call file)
     const char* script_name;        // for console reports: the file the line stands in
     char error_text[LINE_BUF];      // error-context text shown by a report
@@ -157,6 +172,8 @@ struct Context {
     // --- keys ---
     uint16_t wait_keys[5];          // WaitForKey's parsed key codes
     uint8_t wait_key_count;
+    // --- boxes ---
+    BoxState box;
 };
 static_assert(sizeof(Context) <= CONTEXT_SIZE, "the context fits the block mode 0 asks for");
 

@@ -337,7 +337,13 @@ void eval_expression(Context* ctx, Value* v) {
             assign(ctx, slot, v);
             return;
         }
-        ctx->cursor = name_cursor;
+        // Push the look-ahead back. A string literal steps back by its text
+        // alone, short of its quotes and of any collapsed doubled quote, so
+        // the name is followed by what stands from inside the literal on
+        // (x "1+ 2 + "3" reads x + 2 + "3"). Any other token steps back to
+        // where the name ended and is read again as it was.
+        if (ctx->tok_kind == T_STRING) unget_token(ctx);
+        else ctx->cursor = name_cursor;
         ctx->tok_kind = kind;
         ctx->tok_id = id;
         ctx->tok_slot = slot;

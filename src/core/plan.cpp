@@ -226,7 +226,12 @@ uint16_t expression(Parser& p, bool may_assign) {
             uint16_t value = binary(p, L_LOGICAL);
             return add(p, node(N_ASSIGN, 0, -1, target, value, 0, 0));
         }
+        // Pushed back as the evaluator does: a string literal by its text
+        // alone, so the next read starts inside it.
+        unsigned resume = at_name.pos;
+        if (p.ok && p.t.kind == T_STRING) resume = p.t.end - (unsigned)strlen(p.pool->texts + p.literal);
         p = at_name;
+        p.pos = resume;
         p.pool->text = text;
     }
     return binary(p, L_LOGICAL);

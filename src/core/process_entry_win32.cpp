@@ -36,6 +36,7 @@ extern "C" long WINAPI ProcessDaBatBuffer(HWND owner, HGLOBAL context, HGLOBAL s
     if (!ctx->main_window) ctx->main_window = owner;
     ctx->host_proc = (CommandProc)host_proc;
     ctx->host_table = (const KeywordRecord*)host_table;
+    ctx->box.names_pending = 0;   // ButtonNames never reach into a later run
 
     // The script stays locked for the whole run: the run loop reads it in
     // place and GoTo writes its cached jumps into it.

@@ -43,14 +43,12 @@ LRESULT CALLBACK MyMMNotifyProc(HWND wnd, UINT msg, WPARAM wp, LPARAM lp) {
     return DefWindowProcA(wnd, msg, wp, lp);
 }
 
-// The window procedures of the two dialog classes. They stay plain window
-// procedures until the dialog descriptions take these classes over.
+// The window procedure of the older dialog format's class (not built on yet).
+// The format-2 class's procedure, MyDialogWndProc2, is in ui/dialog_window.cpp.
 LRESULT CALLBACK MyDialogWndProc(HWND wnd, UINT msg, WPARAM wp, LPARAM lp) {
     return DefWindowProcA(wnd, msg, wp, lp);
 }
-LRESULT CALLBACK MyDialogWndProc2(HWND wnd, UINT msg, WPARAM wp, LPARAM lp) {
-    return DefWindowProcA(wnd, msg, wp, lp);
-}
+extern "C" LRESULT CALLBACK MyDialogWndProc2(HWND wnd, UINT msg, WPARAM wp, LPARAM lp);
 
 namespace tsl {
 

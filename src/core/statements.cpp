@@ -113,6 +113,7 @@ static int stmt_goto(Context* ctx, char* line, char* stmt, ScriptPlace* place, b
 static int stmt_execute(Context* ctx, char* line, ScriptPlace* place) {
     int r = carry_out_rest(ctx, line, place, true);
     if (r != 0 || !ctx->error || (ctx->error >= 9000 && ctx->error != 9013)) return r;
+    ctx->error_text_of = 0;   // the box shows the line
     char caption[LINE_BUF] = "EXECUTE::";
     char text[LINE_BUF];
     load_message(ctx, ctx->error, text, sizeof text);
@@ -180,6 +181,15 @@ static int trace(Context* ctx, const char* line) {
     return answer != TRACE_STOP;
 }
 
+// Reports a statement's error with the failing line as the text, unless
+// the error came with a text of its own (Call's file name). Kept out of
+// the statement frame, which every line runs through.
+[[gnu::noinline, gnu::cold]] static int report_failure(Context* ctx, const char* line) {
+    if (ctx->error_text_of != ctx->error) bounded_copy(ctx, ctx->error_text, line, sizeof ctx->error_text);
+    ctx->error_text_of = 0;
+    return report(ctx, ctx->owner, 0, ctx->error, severity_of(ctx->error));
+}
+
 int execute_statement(Context* ctx, char* line, char* stmt, ScriptPlace* place, bool from_outside) {
     if (ctx->debug_trace && !trace(ctx, line)) return 0;
     if (ctx->result.string) { heap_free(ctx->heap, ctx->result.string); ctx->result.string = 0; }
@@ -197,8 +207,7 @@ int execute_statement(Context* ctx, char* line, char* stmt, ScriptPlace* place, 
         return 0;
     }
     if (ctx->error >= 9000) return 0;
-    bounded_copy(ctx, ctx->error_text, line, sizeof ctx->error_text);
-    return report(ctx, ctx->owner, 0, ctx->error, severity_of(ctx->error));
+    return report_failure(ctx, line);
 }
 
 } // namespace tsl

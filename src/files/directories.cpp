@@ -20,6 +20,7 @@ void prepare_path(Context* ctx, const char* from, char* path) {
 }
 
 bool has_drive(const char* p) { return p[0] && p[1] == ':'; }
+bool is_sep(char c) { return c == '\\' || c == '/'; }
 
 // Selects a drive (and with it the system's current directory there).
 // The letter must be A..Z (ASCII upper-casing), else 3026.
@@ -138,24 +139,26 @@ void fn_dir_rename(Context* ctx, Value* result, Value* args) {
     result->integer = 1;
 }
 
-// DirExist(path) -> 1 an existing directory, else 0
+// DirExist(path) -> 1 an existing directory, else 0. A root ("C:\" or "\",
+// "/" in place of "\" too) is asked for its attributes instead of searched: a search finds no entry
+// for a bare root on Windows, so an existing drive would answer 0.
 void fn_dir_exist(Context* ctx, Value* result, Value* args) {
     char path[LINE_BUF];
     bounded_copy(ctx, path, value_text(ctx, args[1]), sizeof path);
     if (ctx->error) return;
     size_t n = strlen(path);
-    bool root = (n == 3 && path[1] == ':' && path[2] == '\\') || (n == 1 && path[0] == '\\');
-    if (!root && n && path[n - 1] == '\\') path[n - 1] = 0;
-    WIN32_FIND_DATAA fd;
-    HANDLE h = FindFirstFileA(path, &fd);
-    if (h != INVALID_HANDLE_VALUE) {
-        FindClose(h);
-        result->integer = (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? 1 : 0;
-    } else if (root) {
-        // A root has no entry of its own for the search to find.
+    bool root = (n == 3 && path[1] == ':' && is_sep(path[2])) || (n == 1 && is_sep(path[0]));
+    if (root) {
         DWORD a = GetFileAttributesA(path);
         result->integer = (a != INVALID_FILE_ATTRIBUTES && (a & FILE_ATTRIBUTE_DIRECTORY)) ? 1 : 0;
+        return;
     }
+    if (n && path[n - 1] == '\\') path[n - 1] = 0;
+    WIN32_FIND_DATAA fd;
+    HANDLE h = FindFirstFileA(path, &fd);
+    if (h == INVALID_HANDLE_VALUE) return;
+    FindClose(h);
+    result->integer = (fd.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) ? 1 : 0;
 }
 
 // Appends "\" to a directory name longer than three characters.

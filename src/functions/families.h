@@ -20,6 +20,10 @@ TSL_FAMILY_DECL(kFamilyFileHandles) // files/file_handles.cpp: FileOpen, FileRea
 TSL_FAMILY_DECL(kFamilyFileOps)     // files/file_ops.cpp: FileCopy, FileMove, FileAppend, FileDelete, FileRename
 TSL_FAMILY_DECL(kFamilyFileNames)   // files/file_names.cpp: FileItemize, DirItemize, FileFullName, ...
 TSL_FAMILY_DECL(kFamilyDirs)        // files/directories.cpp: DirChange, DirMake, LogDisk, DiskFree, ...
+TSL_FAMILY_DECL(kFamilyStandardBoxes) // ui/standard_boxes.cpp: Message, Pause, AskYesNo, AskLine, AskPassword, ButtonNames
+TSL_FAMILY_DECL(kFamilyDisplay)     // ui/display_box.cpp: Display
+TSL_FAMILY_DECL(kFamilyListBoxes)   // ui/list_boxes.cpp: ItemSelect, TextSelect, TextBox, TextBoxSort
+TSL_FAMILY_DECL(kFamilyDialogBox)   // ui/dialog_box.cpp: DialogBox
 TSL_FAMILY_DECL(kFamilyIniEnv)      // files/ini_environment.cpp: Ini*, Environment, EnvironSet, EnvItemize
 TSL_FAMILY_DECL(kFamilyDde)         // interapp/dde_client.cpp: DDEInitiate, DDEExecute, DDEPoke, DDERequest, ...
 TSL_FAMILY_DECL(kFamilyKeys)        // system/keys_win32.cpp: SendKey, SendKeysTo, WaitForKey, IsKeyDown

@@ -11,6 +11,11 @@ const FunctionFamily* const kFamilies[] = {
     &kFamilyApps, &kFamilyMenuCommand,
     &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
     &kFamilyObjects, &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
+    &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch, &kFamilyStandardBoxes, &kFamilyDisplay,
+    &kFamilyListBoxes, &kFamilyDialogBox, &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace,
+    &kFamilyWindowArrange, &kFamilySystemInfo, &kFamilyApps, &kFamilyMenuCommand, &kFamilyClipboard,
+    &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall, &kFamilyObjects,
+    &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }

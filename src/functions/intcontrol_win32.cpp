@@ -59,6 +59,14 @@ static void fn_int_control(Context* ctx, Value* r, Value* a) {
         set_flag_result(out, sizeof out, ctx->debug_output);
         ctx->debug_output = p1num != 0;
         break;
+    case 40:   // the list boxes in the fixed-pitch font
+        set_flag_result(out, sizeof out, ctx->box.fixed_pitch_list);
+        ctx->box.fixed_pitch_list = p1num != 0;
+        break;
+    case 41:   // a DialogBox file list must have a file chosen before it ends
+        set_flag_result(out, sizeof out, ctx->box.file_required);
+        ctx->box.file_required = p1num != 0;
+        break;
     case 8:
         command_call(ctx, HOST_COMMAND_BASE + 0, r);
         if (!ctx->error) fail(ctx, 9015);

@@ -9,6 +9,7 @@
 #include <sstream>
 #include "core_fixture.h"
 #include "../../src/core/line_tokens.h"
+#include "../../src/core/plan.h"
 
 namespace fs = std::filesystem;
 using namespace tsl;
@@ -118,6 +119,13 @@ private:
             for (size_t at; (at = c.find('%')) != std::string::npos;) c.replace(at, 1, expr(depth + 1));
             return c;
         }
+        case 8: {
+            // A name, then a literal that is read again from its second
+            // character on: (a "?+ "7") reads as (a + "7").
+            static const char* ops[] = {"+", "*", "==", "<", "&&", "mod"};
+            char q = "\"'"[pick(2)];
+            return "(" + var(true) + " " + q + "?" + ops[pick(6)] + " " + q + std::to_string(pick(20)) + q + ")";
+        }
         default: return var(true);
         }
     }
@@ -190,4 +198,41 @@ TEST_F(LineTokensCases, RecordsNeverOutliveWhatTheyRelyOn) {
     ctx->host_table = other;
     run("Echo(1)\r\n");
     EXPECT_EQ(ctx->run_error, 3052) << "echo is no command of the new table: a name read, never assigned";
+}
+
+// A name followed by a string literal reads on from inside the literal; a
+// statement that does so is planned like the expression it reads as: the
+// same output and as many plan nodes. The count comes from a host command
+// "plans" at the end of the run, while the run's plans still exist.
+static Context* g_planned;
+static int32_t plans_host(PHandle owner, intptr_t host_value, int32_t a, int32_t command, AnswerFn answer,
+                          void* record, const char* t1, const char* t2, const char* t3, const char* t4,
+                          const char* t5) {
+    if (command != 3) return core_host(owner, host_value, a, command, answer, record, t1, t2, t3, t4, t5);
+    *reinterpret_cast<std::string*>(host_value) += "nodes " + std::to_string(line_tokens_plan_pool(g_planned)->nodes);
+    return 0;
+}
+
+TEST_F(LineTokensCases, APushedBackLiteralIsPlannedAsWhatItReadsAs) {
+    struct Row { int line; const char* statement; const char* reads_as; } rows[] = {
+        {__LINE__, "y = Abs(x \"1+ 2 + \"3\")", "y = Abs(x + 2 + \"3\")"},
+        {__LINE__, "y = Abs(x \"\"\"+ 1 + \"1\")", "y = Abs(x + 1 + \"1\")"},
+        {__LINE__, "if x \"1== 5 && \"1\" then y = x", "if x == 5 && \"1\" then y = x"},
+        {__LINE__, "y = Abs(x `1) ;`)", "y = Abs(x)"},
+    };
+    KeywordRecord hosted[5] = {function_record(0, "echo", 1, 1), function_record(1, "hfail", 1, 1),
+                               function_record(2, "six", 6, 0), function_record(3, "plans", 0, 0), KeywordRecord{}};
+    ctx->host_table = hosted;
+    ctx->host_proc = plans_host;
+    g_planned = ctx;
+    auto loop = [&](const char* statement) {
+        run(std::string("x = 5\r\ni = 0\r\n:again\r\ni = i + 1\r\n") + statement +
+            "\r\necho(y)\r\nif i < 3 then goto again\r\nplans()\r\n");
+        EXPECT_EQ(ctx->run_error, 0) << statement;
+        return out;
+    };
+    for (const Row& r : rows) {
+        std::string pushed_back = loop(r.statement);
+        EXPECT_EQ(pushed_back, loop(r.reads_as)) << AT_ROW(r);
+    }
 }

@@ -148,20 +148,26 @@ struct SettingOverride {
 };
 
 // What the user saw in one box: caption, Static texts joined by "|", the texts
-// of the controls by id, the buttons, the owner and the icon.
+// of the controls by id, the lines of its list box, the buttons, the owner
+// and the icon. `window` is the box itself while the answer is being chosen.
 struct SeenBox {
+    HWND window = NULL;
     std::string caption, text;
     std::map<int, std::string> items;
+    std::vector<std::string> list;
     bool ok = false, cancel = false;
     HWND owner = NULL;
     HICON icon = NULL;
 };
 
 // The user: a thread that waits for each visible dialog box of this process
-// (class #32770), reads it and presses the button that `answer` picks.
+// (class #32770, or the class given), reads it and presses the button that
+// `answer` picks. The answer may act on the box first (type, select); an
+// answer below 0 presses nothing.
 class User {
 public:
-    explicit User(std::function<int(const SeenBox&)> answer) : answer_(answer), thread_([this] { loop(); }) {}
+    explicit User(std::function<int(const SeenBox&)> answer, const char* box_class = "#32770")
+        : answer_(answer), class_(box_class), thread_([this] { loop(); }) {}
     explicit User(std::vector<int> buttons)  // the buttons in turn, the last one again
         : User([buttons, n = std::make_shared<size_t>(0)](const SeenBox&) {
               return buttons[(*n)++ < buttons.size() ? *n - 1 : buttons.size() - 1];
@@ -177,45 +183,56 @@ private:
         GetClassNameA(w, cls, sizeof cls);
         GetWindowTextA(w, text, sizeof text);
         b->items[GetDlgCtrlID(w)] = text;
+        if (lstrcmpiA(cls, "ListBox") == 0) {
+            int n = (int)SendMessageA(w, LB_GETCOUNT, 0, 0);
+            for (int i = 0; i < n; i++) {
+                std::string line((size_t)SendMessageA(w, LB_GETTEXTLEN, i, 0) + 1, '\0');
+                SendMessageA(w, LB_GETTEXT, i, (LPARAM)&line[0]);
+                b->list.push_back(line.c_str());
+            }
+        }
         if (lstrcmpiA(cls, "Static") != 0) return TRUE;
         if ((GetWindowLongA(w, GWL_STYLE) & SS_TYPEMASK) == SS_ICON) b->icon = (HICON)SendMessageA(w, STM_GETICON, 0, 0);
         else if (text[0]) b->text += (b->text.empty() ? "" : "|") + std::string(text);
         return TRUE;
     }
+    struct Search { HWND skip, found; const char* cls; };
     static BOOL CALLBACK top(HWND w, LPARAM lp) {
-        HWND* s = (HWND*)lp;  // in: the box to skip, out: the box found
+        Search* s = (Search*)lp;
         DWORD pid = 0;
         char cls[16];
         GetWindowThreadProcessId(w, &pid);
-        if (pid != GetCurrentProcessId() || w == s[0] || !IsWindowVisible(w)) return TRUE;
-        if (!GetClassNameA(w, cls, sizeof cls) || strcmp(cls, "#32770") != 0) return TRUE;
-        s[1] = w;
+        if (pid != GetCurrentProcessId() || w == s->skip || !IsWindowVisible(w)) return TRUE;
+        if (!GetClassNameA(w, cls, sizeof cls) || strcmp(cls, s->cls) != 0) return TRUE;
+        s->found = w;
         return FALSE;
     }
     void loop() {
-        HWND s[2] = {NULL, NULL};
+        Search s{NULL, NULL, class_};
         while (!stop_) {
-            s[1] = NULL;
-            EnumWindows(top, (LPARAM)s);
-            if (s[1]) {
+            s.found = NULL;
+            EnumWindows(top, (LPARAM)&s);
+            if (s.found) {
                 Sleep(50);  // let the box finish painting its controls
                 SeenBox b;
+                b.window = s.found;
                 char caption[300] = "";
-                GetWindowTextA(s[1], caption, sizeof caption);
+                GetWindowTextA(s.found, caption, sizeof caption);
                 b.caption = caption;
-                EnumChildWindows(s[1], child, (LPARAM)&b);
-                b.ok = GetDlgItem(s[1], IDOK) != NULL;
-                b.cancel = GetDlgItem(s[1], IDCANCEL) != NULL;
-                b.owner = GetWindow(s[1], GW_OWNER);
+                EnumChildWindows(s.found, child, (LPARAM)&b);
+                b.ok = GetDlgItem(s.found, IDOK) != NULL;
+                b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
+                b.owner = GetWindow(s.found, GW_OWNER);
                 { std::lock_guard<std::mutex> lock(mutex_); seen_.push_back(b); }
                 int id = answer_(b);
-                PostMessageA(s[1], WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), (LPARAM)GetDlgItem(s[1], id));
-                s[0] = s[1];
+                if (id >= 0) PostMessageA(s.found, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), (LPARAM)GetDlgItem(s.found, id));
+                s.skip = s.found;
             }
             Sleep(20);
         }
     }
     std::function<int(const SeenBox&)> answer_;
+    const char* class_;
     std::atomic<bool> stop_{false};
     std::mutex mutex_;
     std::vector<SeenBox> seen_;

@@ -206,6 +206,6 @@ TEST_F(Run, CallFindsFilesAsGivenThenAlongPath) {
     SetCurrentDirectoryA(old_dir);
     SetEnvironmentVariableA("PATH", old_path);
     EXPECT_EQ("here\nfar\n", host.out) << "the current directory comes first, then the directories of PATH";
-    EXPECT_EQ(9002, host.error());
+    EXPECT_EQ(102, host.error()) << "the run stops with the error of the Call statement";
     EXPECT_NE(std::string::npos, err.text().find("error 102: Specified menu/batch file not found")) << err.text();
 }

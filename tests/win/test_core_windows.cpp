@@ -50,6 +50,17 @@ TEST_F(CoreWindows, BoxesOfReportsExecuteTraceAndIntControl1) {
          {{"Debug", "Next line:|Echo(1)|Last result:|0", true, NONE},
           {"Debug", "Next line:|:lab b = 2|Last result:|0", true, NONE},
           {"Debug", "Next line:|Echo(3)|Last result:|2", true, NONE}}, 0, 0, "1\n"},
+        // a script file that Call cannot load: its own number, the file's name, the error mode decides
+        {__LINE__, {"Call(\"no_such_script.tsl\", \"\")", "Echo(2)"}, {IDOK},
+         {{"102:  Specified menu/batch file not found", "no_such_script.tsl" FOOTER, false, HAND}}, 102, 0, ""},
+        {__LINE__, {"ErrorMode(@notify)", "Call(\"no_such_script.tsl\", \"\")", "Echo(LastError())"}, {IDOK},
+         {{"102:  Specified menu/batch file not found", "no_such_script.tsl" FOOTER, true, EXCLAMATION}}, 0, 1,
+         "102\n"},
+        {__LINE__, {"ErrorMode(@off)", "Call(\"no_such_script.tsl\", \"\")", "Echo(LastError())"}, {IDOK}, {}, 0, 1,
+         "102\n"},
+        {__LINE__, {"execute Call(\"no_such_script.tsl\", \"\")", "Echo(2)"}, {IDOK},
+         {{"EXECUTE::Specified menu/batch file not found", "execute Call(\"no_such_script.tsl\", \"\")", true,
+           EXCLAMATION}}, 0, 1, "2\n"},
         // IntControl 1: two plain boxes in turn
         {__LINE__, {"Echo(IntControl(1, \"first caption\", \"first text\", \"second caption\", \"second text\"))"},
          {IDOK}, {{"first caption", "first text", false, NONE}, {"second caption", "second text", false, NONE}}, 0, 1,
@@ -82,19 +93,27 @@ TEST_F(CoreWindows, BoxesOfReportsExecuteTraceAndIntControl1) {
     DestroyWindow(owner);
 }
 
+// The IntControl switches of requests 4, 5, 12, 28 and 7, each set to 1 and read back.
+#define SWITCHES(to) "Echo(StrCat(IntControl(4, \"" to "\", \"\", \"\", \"\"), IntControl(5, \"" to "\", \"\", \"\", \"\"), " \
+    "IntControl(12, \"" to "\", \"\", \"\", \"\"), IntControl(28, \"" to "\", \"\", \"\", \"\"), IntControl(7, \"" to "\", \"\", \"\", \"\")))"
+
 TEST_F(CoreWindows, VariablesSurviveRunsButTheRunStateStartsFresh) {
     HostContext host;
     User user({IDOK});
     EXPECT_EQ(1, host.run(crlf({"x = 5", "if 1 then a = 1", "ErrorMode(@off)", "p = StrIndex(\"abc\", \"b\", 9, @fwdscan)",
-                                "Exclusive(@on)", "IntControl(7, \"1\", \"\", \"\", \"\")", "Debug(@on)"})));
+                                "Exclusive(@on)", SWITCHES("1"), "Debug(@on)"})));
     EXPECT_EQ(1, host.run(crlf({"Echo(x + 1)", "then Echo(\"then\")", "else Echo(\"else\")", "Echo(LastError())",
-                                "Echo(ErrorMode(@off))", "Echo(Debug(@off))", "Echo(Exclusive(@off))",
-                                "Echo(IntControl(7, \"0\", \"\", \"\", \"\"))"})));
+                                "Echo(ErrorMode(@off))", "Echo(Debug(@off))", "Echo(Exclusive(@off))", SWITCHES("0")})));
     user.finish();
     EXPECT_EQ(0u, user.seen().size()) << "the trace was switched off by the new run";
-    // the last IF result starts false, LastError at 0, ErrorMode at @cancel, Debug off;
-    // Exclusive and the debugger output of IntControl 7 are kept
-    EXPECT_EQ("6\nelse\n0\n1\n0\n1\n1\n", host.out);
+    // The IntControl switches start off; the last IF result starts false,
+    // LastError at 0, ErrorMode at @cancel, Debug off; Exclusive and the
+    // IntControl switches are kept from run to run
+    EXPECT_EQ("00000\n6\nelse\n0\n1\n0\n1\n11111\n", host.out);
+    // and start off again in a context started afresh
+    HostContext fresh;
+    EXPECT_EQ(1, fresh.run(crlf({SWITCHES("1")})));
+    EXPECT_EQ("00000\n", fresh.out);
 }
 
 // --- the goto cache in the host's buffer ---

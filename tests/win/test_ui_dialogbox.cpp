@@ -1,0 +1,260 @@
+// DialogBox: dialogs described in variables, built as real windows of the
+// class ts0wcdl2 and played by the user thread; the numbered errors; the
+// ending's stores; file lists in a temporary directory; 50 controls.
+#include "host_harness.h"
+
+class DialogBoxTest : public DllTest {
+protected:
+    HostContext host;
+    void SetUp() override { host.lock()->sounds = 0; host.unlock(); }
+    // The window variables of dialog "d" and its controls, one definition each.
+    static std::string describe(const std::vector<std::string>& controls, const char* caption = "Test dialog") {
+        std::string s = "dFormat = \"TSLDLGED,4.0\"\r\ndCaption = \"" + std::string(caption) +
+                        "\"\r\ndX = 10\r\ndY = 20\r\ndWidth = 200\r\ndHeight = 100\r\ndNumControls = " +
+                        std::to_string(controls.size()) + "\r\n";
+        for (size_t i = 0; i < controls.size(); i++) {
+            char n[8];
+            snprintf(n, sizeof n, "%02u", (unsigned)(i + 1));
+            s += std::string("d") + n + " = '" + controls[i] + "'\r\n";
+        }
+        return s;
+    }
+    // Runs the setup and "r = DialogBox("d", "")"; the user plays the dialog.
+    std::string run_dialog(const std::string& setup, std::function<int(const SeenBox&)> play, std::vector<SeenBox>* seen = nullptr) {
+        User user(play, "ts0wcdl2");
+        host.service(TSL_SERVICE_SET_VAR, (LPARAM) "r", (LPARAM) "<none>");
+        host.run(setup + "r = DialogBox(\"d\", \"\")\r\n");
+        user.finish();
+        if (seen) *seen = user.seen();
+        return host.get("r");
+    }
+};
+
+static const std::vector<std::string> kOrder = {
+    "8, 6, 100, 10, STATICTEXT, , \"Name:\"",
+    "8, 18, 120, 12, EDITBOX, name, \"\"",
+    "8, 34, 60, 12, RADIOBUTTON, size, \"Small\", 1",
+    "70, 34, 60, 12, RADIOBUTTON, size, \"Large\", 2",
+    "8, 50, 60, 12, CHECKBOX, extras, \"Milk\", 1",
+    "70, 50, 60, 12, CHECKBOX, extras, \"Sugar\", 2",
+    "20, 70, 50, 14, PUSHBUTTON, , DEFAULT, 1",
+    "100, 70, 50, 14, PUSHBUTTON, , DEFAULT, 0",
+    "150, 70, 40, 14, PUSHBUTTON, , \"Later\", 7",
+};
+// Control ids of kOrder: 100 + index, OK and Cancel excepted.
+enum { NAME_EDIT = 101, SMALL = 102, LARGE = 103, MILK = 104, SUGAR = 105, LATER = 108 };
+
+static void click(HWND dlg, int id) { SendMessageA(dlg, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), (LPARAM)GetDlgItem(dlg, id)); }
+
+// The numbered errors: 3218..3221 directly, a bad control definition as 3104.
+TEST_F(DialogBoxTest, DefinitionErrors) {
+    std::string good = describe({"1,1,20,10,STATICTEXT,,x"});
+    struct { int line; std::string setup; std::string call; long error; } rows[] = {
+        {__LINE__, good, "DialogBox(\"d23456789012345678\", \"\")", 3218},
+        {__LINE__, good, "DialogBox(\"nothing\", \"\")", 3219},
+        {__LINE__, good + "dFormat = \"TSLDLGED,3.0\"\r\n", "DialogBox(\"d\", \"\")", 3220},
+        {__LINE__, good + "Drop(dx)\r\n", "DialogBox(\"d\", \"\")", 3221},
+        {__LINE__, good + "dY = \"top\"\r\n", "DialogBox(\"d\", \"\")", 3221},
+        {__LINE__, good + "Drop(dwidth)\r\n", "DialogBox(\"d\", \"\")", 3221},
+        {__LINE__, good + "dHeight = \"\"\r\n", "DialogBox(\"d\", \"\")", 3221},
+        {__LINE__, good + "dNumControls = 2\r\n", "DialogBox(\"d\", \"\")", 3104},                 // 3222: d02 missing
+        {__LINE__, describe({"1,1,20,10,LABEL,,x"}), "DialogBox(\"d\", \"\")", 3104},            // 3223
+        {__LINE__, describe({"1,1,20,10,CHECKBOX,v,x"}), "DialogBox(\"d\", \"\")", 3104},         // 3224
+        {__LINE__, describe({"1,1,20,10,RADIOBUTTON,v,x,0"}), "DialogBox(\"d\", \"\")", 3104},    // 3224
+        {__LINE__, describe({"1,1,20,10,STATICTEXT,v,x,1"}), "DialogBox(\"d\", \"\")", 3104},    // 3225
+        {__LINE__, describe({"1,1,20,10,PUSHBUTTON,v,x,1,2"}), "DialogBox(\"d\", \"\")", 3104},  // 3225
+        {__LINE__, good + "dFormat = \"tsldlged,4.0\"\r\n", "DialogBox(\"d\", \"\")", 0},       // any case
+        {__LINE__, good + "Drop(dcaption)\r\n", "DialogBox(\"d\", \"\")", 0},
+    };
+    g_dll.console(1);   // no window is shown; reports go to standard error
+    StderrCapture err;
+    for (auto& r : rows) {
+        host.run(r.setup + r.call + "\r\n");
+        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
+    }
+    g_dll.console(0);
+}
+
+// Buttons, radio groups, check boxes and edit fields, pressed by the user;
+// the result and what the ending stored.
+TEST_F(DialogBoxTest, ButtonsAndTheEnding) {
+    const char* start = "name = \"Ann\"\r\nsize = 2\r\nextras = 3\r\n";
+    struct { int line; std::function<void(HWND)> act; int press; std::string result; long error; const char* name;
+             const char* size; const char* extras; } rows[] = {
+        {__LINE__, [](HWND) {}, IDOK, "1", 0, "Ann", "2", "3"},
+        {__LINE__, [](HWND d) { SetDlgItemTextA(d, NAME_EDIT, "Bob"); click(d, SMALL); }, IDOK, "1", 0, "Bob", "1", "3"},
+        {__LINE__, [](HWND d) { click(d, MILK); }, IDOK, "1", 0, "Ann", "2", "2"},   // Milk unchecked: 0; then Sugar: 0 | 2
+        {__LINE__, [](HWND d) { click(d, SUGAR); }, IDOK, "1", 0, "Ann", "2", "0"},  // Milk: 3 | 1; then Sugar unchecked: 0
+        {__LINE__, [](HWND d) { click(d, SUGAR); click(d, SUGAR); click(d, LARGE); }, LATER, "7", 0, "Ann", "2", "3"},
+        {__LINE__, [](HWND d) { SetDlgItemTextA(d, NAME_EDIT, "Bob"); click(d, SMALL); }, IDCANCEL, "0", 9999, "Ann", "2", "3"},
+    };
+    for (auto& r : rows) {
+        std::vector<SeenBox> seen;
+        std::string got = run_dialog(start + describe(kOrder), [&](const SeenBox& b) { r.act(b.window); return r.press; }, &seen);
+        EXPECT_EQ(r.result, got) << "row at line " << r.line;
+        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
+        EXPECT_EQ(r.name, host.get("name")) << "row at line " << r.line;
+        EXPECT_EQ(r.size, host.get("size")) << "row at line " << r.line;
+        EXPECT_EQ(r.extras, host.get("extras")) << "row at line " << r.line;
+        ASSERT_EQ(1u, seen.size()) << "row at line " << r.line;
+        EXPECT_EQ("Test dialog", seen[0].caption) << "row at line " << r.line;
+    }
+}
+
+// What the dialog shows when it opens: captions, initial states, focus,
+// the window and its controls placed in dialog units.
+TEST_F(DialogBoxTest, OpeningStateFocusAndGeometry) {
+    std::map<int, int> checked;
+    std::map<int, std::string> texts;
+    HWND focus = NULL, focus_want = NULL;
+    RECT window = {}, edit = {}, list_box = {};
+    std::vector<std::string> controls = kOrder;
+    controls.push_back("8, 86, 60, 40, FILELISTBOX, files, \"\"");
+    std::vector<SeenBox> seen;
+    run_dialog("ButtonNames(\"\", \"Stop\")\r\nname = \"Ann\"\r\nsize = 1\r\nextras = 2\r\nfiles = \"*.none\"\r\n" +
+                   describe(controls),
+               [&](const SeenBox& b) {
+                   for (int id : {SMALL, LARGE, MILK, SUGAR})
+                       checked[id] = (int)SendDlgItemMessageA(b.window, id, BM_GETCHECK, 0, 0);
+                   texts = b.items;
+                   GUITHREADINFO gi;
+                   memset(&gi, 0, sizeof gi);
+                   gi.cbSize = sizeof gi;
+                   GetGUIThreadInfo(GetWindowThreadProcessId(b.window, NULL), &gi);
+                   focus = gi.hwndFocus;
+                   focus_want = GetDlgItem(b.window, NAME_EDIT);
+                   GetWindowRect(b.window, &window);
+                   GetWindowRect(focus_want, &edit);
+                   MapWindowPoints(NULL, b.window, (POINT*)&edit, 2);
+                   GetWindowRect(GetDlgItem(b.window, 109), &list_box);
+                   return IDCANCEL;
+               }, &seen);
+    EXPECT_EQ(9999, host.error());
+    EXPECT_EQ((std::map<int, int>{{SMALL, 1}, {LARGE, 0}, {MILK, 0}, {SUGAR, 1}}), checked);
+    EXPECT_EQ("Ann", texts[NAME_EDIT]);
+    EXPECT_EQ("&Ok", texts[IDOK]);
+    EXPECT_EQ("Stop", texts[IDCANCEL]);
+    EXPECT_EQ("Later", texts[LATER]);
+    EXPECT_EQ(focus_want, focus);
+    LONG base = GetDialogBaseUnits();
+    int bw = LOWORD(base), bh = HIWORD(base), cap = GetSystemMetrics(SM_CYCAPTION);
+    EXPECT_EQ(10 * bw / 4, window.left);
+    EXPECT_EQ(20 * bh / 8 - cap, window.top);
+    EXPECT_EQ(200 * bw / 4, window.right - window.left);
+    EXPECT_EQ(100 * bh / 8 + cap, window.bottom - window.top);
+    RECT client_edit = {8 * bw / 4, 18 * bh / 8, 8 * bw / 4 + 120 * bw / 4, 18 * bh / 8 + bh * 3 / 2};
+    EXPECT_TRUE(EqualRect(&client_edit, &edit)) << edit.left << "," << edit.top << " " << edit.right << "," << edit.bottom;
+    EXPECT_EQ(40 * bh / 8, list_box.bottom - list_box.top);   // only the file list takes its height
+}
+
+// A file list with its varying text and edit box: the directory shown, a
+// file chosen, a directory entered, a new mask, nothing chosen.
+TEST_F(DialogBoxTest, FileListGroup) {
+    TempDir dir("tsldlgfiles");
+    write_file(dir.at("a.txt"), "a");
+    write_file(dir.at("b.log"), "b");
+    CreateDirectoryA(dir.at("sub").c_str(), NULL);
+    write_file(dir.at("sub\\c.txt"), "c");
+    auto group = [](bool with_edit) {
+        std::vector<std::string> c = {"8, 4, 150, 10, VARYTEXT, f, \"\"", "8, 16, 100, 60, FILELISTBOX, f, \"\"",
+                                      "120, 80, 40, 14, PUSHBUTTON, , OK, 1", "160, 80, 40, 14, PUSHBUTTON, , Cancel, 0"};
+        if (with_edit) c.push_back("8, 80, 100, 12, EDITBOX, f, \"\"");
+        return describe(c);
+    };
+    enum { LIST = 101, EDIT = 104 };
+    auto select = [](HWND d, const char* entry, WORD how) {
+        HWND list = GetDlgItem(d, LIST);
+        SendMessageA(list, LB_SETCURSEL, SendMessageA(list, LB_FINDSTRINGEXACT, (WPARAM)-1, (LPARAM)entry), 0);
+        SendMessageA(d, WM_COMMAND, MAKEWPARAM(LIST, how), (LPARAM)list);
+    };
+    auto list_of = [](HWND d) {
+        std::vector<std::string> l;
+        HWND list = GetDlgItem(d, LIST);
+        for (int i = 0; i < (int)SendMessageA(list, LB_GETCOUNT, 0, 0); i++) {
+            char t[MAX_PATH];
+            SendMessageA(list, LB_GETTEXT, i, (LPARAM)t);
+            if (t[0] != '[' || t[1] != '-') l.push_back(t);   // drives differ between machines
+        }
+        return l;
+    };
+    std::string mask = "f = \"" + dir.at("*.txt") + "\"\r\n";
+    struct { int line; std::string setup; std::function<void(HWND, std::vector<std::string>*)> act; std::string result;
+             std::string stored; std::vector<std::string> notes; } rows[] = {
+        {__LINE__, mask + group(true),
+         [&](HWND d, std::vector<std::string>* n) {
+             *n = list_of(d);
+             char t[MAX_PATH];
+             GetDlgItemTextA(d, EDIT, t, sizeof t);
+             n->push_back(t);
+             select(d, "a.txt", LBN_SELCHANGE);
+             GetDlgItemTextA(d, EDIT, t, sizeof t);
+             n->push_back(t);
+         },
+         "1", "a.txt", {"a.txt", "[..]", "[sub]", "*.TXT", "a.txt"}},   // the list's own order; the mask as listed
+        {__LINE__, mask + group(true),
+         [&](HWND d, std::vector<std::string>* n) {
+             select(d, "[sub]", LBN_DBLCLK);
+             *n = list_of(d);
+             select(d, "c.txt", LBN_SELCHANGE);
+         },
+         "1", "c.txt", {"c.txt", "[..]"}},
+        {__LINE__, mask + group(true),
+         [&](HWND d, std::vector<std::string>* n) {
+             SetDlgItemTextA(d, EDIT, "*.log");
+             click(d, IDOK);   // a mask: the list changes, the dialog stays
+             *n = list_of(d);
+             SetDlgItemTextA(d, EDIT, "b.log");
+         },
+         "1", "b.log", {"b.log", "[..]", "[sub]"}},
+        {__LINE__, mask + group(false), [](HWND, std::vector<std::string>*) {}, "1", "NOFILESELECTED", {}},
+        {__LINE__, mask + group(false), [&](HWND d, std::vector<std::string>*) { select(d, "a.txt", LBN_SELCHANGE); },
+         "1", "a.txt", {}},
+        {__LINE__, mask + "IntControl(41, \"1\", \"\", \"\", \"\")\r\n" + group(false),
+         [&](HWND d, std::vector<std::string>* n) {
+             click(d, IDOK);   // no file chosen: the dialog stays open
+             n->push_back(IsWindow(d) ? "open" : "closed");
+             select(d, "a.txt", LBN_SELCHANGE);
+         },
+         "1", "a.txt", {"open"}},
+    };
+    for (auto& r : rows) {
+        std::vector<std::string> notes;
+        std::string vary;
+        std::string got = run_dialog(r.setup, [&](const SeenBox& b) {
+            r.act(b.window, &notes);
+            char t[MAX_PATH];
+            GetDlgItemTextA(b.window, 100, t, sizeof t);
+            vary = t;
+            return IDOK;
+        });
+        host.run("IntControl(41, \"0\", \"\", \"\", \"\")\r\n");
+        EXPECT_EQ(r.result, got) << "row at line " << r.line;
+        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
+        EXPECT_EQ(r.stored, host.get("f")) << "row at line " << r.line;
+        EXPECT_EQ(r.notes, notes) << "row at line " << r.line;
+        EXPECT_FALSE(vary.empty()) << "row at line " << r.line;   // the varying text shows the directory
+    }
+}
+
+// Fifty controls with over-long texts: the dialog opens, every control is
+// there, and the ending stores each edit field cut to 256 characters.
+TEST_F(DialogBoxTest, FiftyControlsWithOverlongTexts) {
+    std::string setup = "long = StrFill(\"y\", 400)\r\n" + describe({}) + "dNumControls = 55\r\n";
+    for (int i = 1; i <= 50; i++) {
+        char n[8];
+        snprintf(n, sizeof n, "%02d", i);
+        setup += std::string("v") + n + " = long\r\n";
+        setup += std::string("d") + n + " = StrCat('" + std::to_string(i % 10 * 18) + "," + std::to_string(i / 10 * 14) +
+                 ",16,12,EDITBOX,v" + n + ",\"', StrFill(\"x\", 240), StrFill(\"z\", 200), '\"')\r\n";
+    }
+    int children = 0;
+    std::string got = run_dialog(setup, [&](const SeenBox& b) {
+        for (HWND c = GetWindow(b.window, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT)) children++;
+        return IDOK;
+    });
+    EXPECT_EQ("1", got);
+    EXPECT_EQ(0, host.error());
+    EXPECT_EQ(50, children);
+    EXPECT_EQ(std::string(256, 'y'), host.get("v01"));
+    EXPECT_EQ(std::string(256, 'y'), host.get("v50"));
+}
