@@ -5,17 +5,11 @@ namespace tsl {
 const FunctionFamily* const kFamilies[] = {
     &kFamilyCore, &kFamilyStrings, &kFamilyItems, &kFamilyArith, &kFamilyDateTime,
     &kFamilyControl, &kFamilyFileHandles, &kFamilyFileOps, &kFamilyFileNames, &kFamilyDirs,
-    &kFamilyIniEnv, &kFamilyDde,
-    &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch,
-    &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace, &kFamilyWindowArrange, &kFamilySystemInfo,
-    &kFamilyApps, &kFamilyMenuCommand,
-    &kFamilyClipboard, &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall,
-    &kFamilyObjects, &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
     &kFamilyIniEnv, &kFamilyKeys, &kFamilyLaunch, &kFamilyStandardBoxes, &kFamilyDisplay,
     &kFamilyListBoxes, &kFamilyDialogBox, &kFamilyWindowShow, &kFamilyWindowList, &kFamilyWindowPlace,
     &kFamilyWindowArrange, &kFamilySystemInfo, &kFamilyApps, &kFamilyMenuCommand, &kFamilyClipboard,
     &kFamilyRegistry, &kFamilyMachineQueries, &kFamilyScriptControl, &kFamilyDllCall, &kFamilyObjects,
-    &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork,
+    &kFamilyMedia, &kFamilySnapshot, &kFamilyDesktop, &kFamilyNetwork, &kFamilyDde,
 };
 const unsigned kFamilyCount = sizeof(kFamilies) / sizeof(kFamilies[0]);
 }
