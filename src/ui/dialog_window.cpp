@@ -85,15 +85,15 @@ DialogControl* group_member(DialogCall* call, int list, DialogControlType type) 
     return nullptr;
 }
 
-// Lists the directory of `spec` (a path, a mask or both) in file list `list`:
+// Lists the directory of `pattern` (a path, a mask or both) in file list `list`:
 // the directory becomes current, the group's varying text shows it and its
 // edit box the mask.
-void list_directory(HWND dlg, DialogCall* call, int list, const char* spec) {
+void list_directory(HWND dlg, DialogCall* call, int list, const char* pattern) {
     DialogControl& l = call->controls[list];
     DialogControl* vary = group_member(call, list, DC_VARYTEXT);
     DialogControl* edit = group_member(call, list, DC_EDITBOX);
     char path[MAX_PATH];
-    bounded_copy(nullptr, path, spec[0] ? spec : kAnyFile, sizeof path);
+    bounded_copy(nullptr, path, pattern[0] ? pattern : kAnyFile, sizeof path);
     if (!DlgDirListA(dlg, path, l.id, vary ? vary->id : 0, DIR_LIST_FLAGS)) {
         bounded_copy(nullptr, path, kAnyFile, sizeof path);
         DlgDirListA(dlg, path, l.id, vary ? vary->id : 0, DIR_LIST_FLAGS);
@@ -104,10 +104,10 @@ void list_directory(HWND dlg, DialogCall* call, int list, const char* spec) {
 
 // Changes into the chosen directory or drive entry, keeping the mask.
 void enter_directory(HWND dlg, DialogCall* call, int list, const char* entry) {
-    char spec[MAX_PATH];
-    bounded_copy(nullptr, spec, entry, sizeof spec);
-    bounded_append(nullptr, spec, call->controls[list].mask, sizeof spec);
-    list_directory(dlg, call, list, spec);
+    char pattern[MAX_PATH];
+    bounded_copy(nullptr, pattern, entry, sizeof pattern);
+    bounded_append(nullptr, pattern, call->controls[list].mask, sizeof pattern);
+    list_directory(dlg, call, list, pattern);
 }
 
 struct ControlClass { const char* cls; DWORD style; };
