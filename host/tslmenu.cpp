@@ -3,6 +3,7 @@
 // exports only, as any host program would.
 //
 //   tslmenu [--console] MENUFILE [MENUFILE...]
+//   tslmenu --help
 //
 // Each file is a menu set (0, 1, ...): the first file's entries start the
 // bar, later files append theirs. Every set's initialisation lines run once
@@ -261,6 +262,16 @@ bool start_dll(HINSTANCE inst, bool console) {
     return true;
 }
 
+const char HELP_TEXT[] =
+    "usage: tslmenu [--console] MENUFILE [MENUFILE...]\r\n"
+    "Builds a window's menu bar from the menu files (the first file's entries,\r\n"
+    "then each later file's) and runs the chosen item's script with TSLPR32I.dll.\r\n"
+    "The status bar shows the highlighted entry's description; an item's hot key\r\n"
+    "runs it as the menu does. Scripts may call Echo(text) and TslMenuQuit().\r\n"
+    "  --console  write every box to standard error, answered with its default button\r\n"
+    "  --help     this text\r\n"
+    "Exit status: 0, or 2 when no menu file could be loaded or the DLL cannot start.\r\n";
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -268,6 +279,7 @@ int main(int argc, char** argv) {
     bool console = false;
     for (; first < argc && strncmp(argv[first], "--", 2) == 0; ++first) {
         if (strcmp(argv[first], "--console") == 0) console = true;
+        else if (strcmp(argv[first], "--help") == 0) { write_handle(STD_OUTPUT_HANDLE, HELP_TEXT); return 0; }
         else break;
     }
     if (first >= argc || strncmp(argv[first], "--", 2) == 0) {
