@@ -21,6 +21,7 @@
 #include <cstring>
 #include <vector>
 #include "../include/tslpr32i.h"
+#include "host_output.h"
 
 namespace {
 
@@ -33,20 +34,7 @@ const char RUNNING_CAPTION[] = "TSL Menu - running";
 const char READY_TEXT[] = "Choose an entry from the menu, or press its hot key.";
 const int STATUS_ID = 1;
 
-void write_handle(DWORD which, const char* text) {
-    HANDLE h = GetStdHandle(which);
-    if (h == NULL || h == INVALID_HANDLE_VALUE) return;
-    DWORD written;
-    WriteFile(h, text, (DWORD)strlen(text), &written, NULL);
-}
-
-void error_line(const char* a, const char* b = "", const char* c = "") {
-    write_handle(STD_ERROR_HANDLE, "tslmenu: ");
-    write_handle(STD_ERROR_HANDLE, a);
-    write_handle(STD_ERROR_HANDLE, b);
-    write_handle(STD_ERROR_HANDLE, c);
-    write_handle(STD_ERROR_HANDLE, "\r\n");
-}
+void error_line(const char* a, const char* b = "", const char* c = "") { host_error_line("tslmenu", a, b, c); }
 
 struct MenuSet {
     TslMenuRecord record;

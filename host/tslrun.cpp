@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstring>
 #include "../include/tslpr32i.h"
+#include "host_output.h"
 #include "../src/core/encoded_script.h"
 
 namespace {
@@ -40,20 +41,7 @@ const char HELP[] =
     "Param0 holds the number of ARGs, Param1... the ARGs. Exit status: 0 the script ran\r\n"
     "to its end, 1 an error, cancel or break stopped it, 2 it could not be read or started.\r\n";
 
-void write_handle(DWORD which, const char* text) {
-    HANDLE h = GetStdHandle(which);
-    if (h == NULL || h == INVALID_HANDLE_VALUE) return;
-    DWORD written;
-    WriteFile(h, text, (DWORD)strlen(text), &written, NULL);
-}
-
-void error_line(const char* a, const char* b = "", const char* c = "") {
-    write_handle(STD_ERROR_HANDLE, "tslrun: ");
-    write_handle(STD_ERROR_HANDLE, a);
-    write_handle(STD_ERROR_HANDLE, b);
-    write_handle(STD_ERROR_HANDLE, c);
-    write_handle(STD_ERROR_HANDLE, "\r\n");
-}
+void error_line(const char* a, const char* b = "", const char* c = "") { host_error_line("tslrun", a, b, c); }
 
 // The host's commands: record i is command 900 + i of the language.
 enum { CMD_QUIT = 0, CMD_VERSION = 1, CMD_ECHO = 2, CMD_ITEMIZE_NULL = 3 };

@@ -306,17 +306,21 @@ inline std::string build_dir() {
     return path;
 }
 
-// Runs a program of the build with a command line and waits for its exit status.
-inline DWORD run_program(const std::string& exe, const std::string& args) {
-    std::string line = "\"" + build_dir() + "\\" + exe + "\" " + args;
+// Runs a command line and waits (two minutes at most) for its exit status; 0xFFFF when it cannot start.
+inline DWORD run_and_wait(std::string line) {
     STARTUPINFOA si = {};
     si.cb = sizeof si;
     PROCESS_INFORMATION pi;
     if (!CreateProcessA(NULL, &line[0], NULL, NULL, FALSE, 0, NULL, NULL, &si, &pi)) return 0xFFFF;
-    WaitForSingleObject(pi.hProcess, 60000);
+    WaitForSingleObject(pi.hProcess, 120000);
     DWORD status = 0xFFFF;
     GetExitCodeProcess(pi.hProcess, &status);
     CloseHandle(pi.hThread);
     CloseHandle(pi.hProcess);
     return status;
+}
+
+// Runs a program of the build with arguments and waits for its exit status.
+inline DWORD run_program(const std::string& exe, const std::string& args) {
+    return run_and_wait("\"" + build_dir() + "\\" + exe + "\" " + args);
 }

@@ -10,13 +10,6 @@
 
 namespace {
 
-std::string build_dir() {
-    char path[MAX_PATH];
-    GetModuleFileNameA(NULL, path, sizeof path);
-    *strrchr(path, '\\') = 0;
-    return path;
-}
-
 bool exists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
 // Polls `done` every 100 ms for at most `seconds`; true once it holds.
@@ -24,20 +17,6 @@ bool wait_for(const std::function<bool()>& done, int seconds) {
     for (DWORD start = GetTickCount(); GetTickCount() - start < (DWORD)seconds * 1000; Sleep(100))
         if (done()) return true;
     return done();
-}
-
-DWORD run_and_wait(const std::string& line_in) {
-    std::string line = line_in;
-    STARTUPINFOA si = {};
-    si.cb = sizeof si;
-    PROCESS_INFORMATION pi;
-    if (!CreateProcessA(NULL, &line[0], NULL, NULL, FALSE, 0, NULL, NULL, &si, &pi)) return 0xFFFF;
-    WaitForSingleObject(pi.hProcess, 120000);
-    DWORD status = 0xFFFF;
-    GetExitCodeProcess(pi.hProcess, &status);
-    CloseHandle(pi.hThread);
-    CloseHandle(pi.hProcess);
-    return status;
 }
 
 // Every file and folder under `dir`, relative to it.
