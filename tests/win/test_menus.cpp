@@ -360,7 +360,9 @@ TEST_F(Menus, RequestedFailuresShowTheirMessageOnceAndKeepWhatWasBuilt) {
             StderrCapture err;   // a search's failure is armed through the load, which passes it by
             HMENU m = load(text, 0, r.target == HOST ? mine : (HMENU)(INT_PTR)r.target);
             EXPECT_EQ(r.search ? mine : NULL, m) << "row at line " << r.line;
-            if (r.search) EXPECT_EQ("<none>", script_of(100)) << "row at line " << r.line;
+            if (r.search) {
+                EXPECT_EQ("<none>", script_of(100)) << "row at line " << r.line;
+            }
             EXPECT_EQ("BOX(Menu test): " + r.box + "\r\n", err.text()) << "row at line " << r.line;
         }
         std::string kept;
