@@ -334,8 +334,9 @@ TEST_F(Menus, SearchMessagesAndTheReloadAnswer) {
 }
 
 // The failures a healthy machine never shows, each requested once with
-// DLLServices 131: the box, the answer, what a host's menu keeps (a load
-// keeps the entries it had finished), and the same call working again.
+// DLLServices 131, and a real read failure (a record naming a pipe, whose
+// size cannot be asked): the box, the answer, what a host's menu keeps (a
+// load keeps the entries it had finished), and the same call working again.
 TEST_F(Menus, RequestedFailuresShowTheirMessageOnceAndKeepWhatWasBuilt) {
     const std::string text = "A\r\n\tx\r\nB\r\n C\r\n  D\r\n   E\r\n\tx\r\n";
     const std::string whole = "100 A\n[B]\n  [C]\n    [D]\n      101 E\n";
@@ -352,7 +353,9 @@ TEST_F(Menus, RequestedFailuresShowTheirMessageOnceAndKeepWhatWasBuilt) {
         {__LINE__, 523, HOST, true, "Could not allocate menu scan workarea -- Low on menory?", whole},
         {__LINE__, 524, HOST, true, "Could not lock menu scan workarea", whole},
         {__LINE__, 525, HOST, true, "File I/O error scanning menu file", whole},
+        {__LINE__, 0, HOST, true, "File I/O error scanning menu file", whole},   // the pipe
     };
+    const char* pipe_name = "\\\\.\\pipe\\tslmenutest";
     for (auto& r : rows) {
         HMENU mine = CreateMenu();
         ASSERT_EQ(1, host.service(TSL_SERVICE_MENU_FAULT, r.fault)) << "row at line " << r.line;
@@ -360,9 +363,19 @@ TEST_F(Menus, RequestedFailuresShowTheirMessageOnceAndKeepWhatWasBuilt) {
             StderrCapture err;   // a search's failure is armed through the load, which passes it by
             HMENU m = load(text, 0, r.target == HOST ? mine : (HMENU)(INT_PTR)r.target);
             EXPECT_EQ(r.search ? mine : NULL, m) << "row at line " << r.line;
+            TslMenuRecord loaded = record;
+            HANDLE pipe = INVALID_HANDLE_VALUE;
+            if (!r.fault) {   // the record names the pipe; it has no file time, and none is recorded
+                pipe = CreateNamedPipeA(pipe_name, PIPE_ACCESS_OUTBOUND, 0, 1, 512, 512, 0, NULL);
+                ASSERT_NE(INVALID_HANDLE_VALUE, pipe) << "row at line " << r.line;
+                record = TslMenuRecord{};
+                lstrcpyA(record.path, pipe_name);
+            }
             if (r.search) {
                 EXPECT_EQ("<none>", script_of(100)) << "row at line " << r.line;
             }
+            if (pipe != INVALID_HANDLE_VALUE) CloseHandle(pipe);
+            record = loaded;
             EXPECT_EQ("BOX(Menu test): " + r.box + "\r\n", err.text()) << "row at line " << r.line;
         }
         std::string kept;
