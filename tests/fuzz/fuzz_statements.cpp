@@ -8,7 +8,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     if (size > 8192) return 0;
-    std::string bad = fuzz::run_one(data, size);
+    std::string bad = fuzz::run_one(std::string((const char*)data, size), fuzz::fuzz_setup(size));
     if (!bad.empty()) {
         fprintf(stderr, "%s\n", bad.c_str());
         abort();

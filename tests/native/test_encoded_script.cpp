@@ -2,7 +2,6 @@
 // file, a missing or an added byte; Call runs encoded files, refuses
 // damaged ones before running any of their lines, and refuses plain files
 // in encoded-scripts mode.
-#include <fstream>
 #include "core_fixture.h"
 #include "core/encoded_script.h"
 
@@ -90,21 +89,6 @@ TEST(EncodedScript, PlainFilesPassUnlessOnlyEncodedOnesMay) {
 
 class EncodedCall : public CoreTest {
 protected:
-    std::string dir;
-    void SetUp() override {
-        CoreTest::SetUp();
-        char tmpl[] = "/tmp/tslencXXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-    }
-    void TearDown() override {
-        EXPECT_EQ(system(("rm -rf '" + dir + "'").c_str()), 0);
-        CoreTest::TearDown();
-    }
-    std::string file(const std::string& name, const std::vector<char>& bytes) {
-        std::ofstream(dir + "/" + name, std::ios::binary).write(bytes.data(), (std::streamsize)bytes.size() - 1);
-        return dir + "/" + name;
-    }
     // The first line of the report box of the last run ("N:  text").
     std::string reported() {
         std::string b = plat_native_take_boxes();
@@ -124,7 +108,7 @@ TEST_F(EncodedCall, CallRunsEncodedFilesAndRefusesDamagedOrPlainOnes) {
         {__LINE__, damaged, false, "", "3231:  Encoded menu/batch file damaged or changed: its length or check does not match"},
     };
     for (auto& r : rows) {
-        std::string name = file("s.tsl", r.bytes);
+        std::string name = file("s.tsl", std::string(r.bytes.data(), r.bytes.size() - 1));
         ctx->encoded_only = r.encoded_only;
         run("Call('" + name + "', 'x')\r\necho('back')\r\n");
         EXPECT_EQ(r.out, out) << AT_ROW(r);

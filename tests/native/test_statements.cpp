@@ -2,7 +2,6 @@
 // what the script tests cannot reach: the run's results, goto's cache bytes
 // in the script buffer, boxes answered with Cancel, moderate errors, the
 // user break, state carried between runs, small heaps, Call's size limit.
-#include <fstream>
 #include "core/line_tokens.h"
 #include "core/report.h"
 #include "core/statements.h"
@@ -21,21 +20,8 @@ const char* const FOOTER = "\n\n\nTSL Version: 1.3a";
 
 class Statements : public CoreTest {
 protected:
-    std::string dir;
-    void SetUp() override {
-        CoreTest::SetUp();
-        char tmpl[] = "/tmp/tslcoreXXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-    }
-    void TearDown() override {
-        EXPECT_EQ(system(("rm -rf '" + dir + "'").c_str()), 0);
-        CoreTest::TearDown();
-    }
-    // Writes a script file and returns a Call of it.
     std::string call_of(const std::string& name, const std::string& text) {
-        std::ofstream(dir + "/" + name, std::ios::binary) << text;
-        return "Call('" + dir + "/" + name + "', '')";
+        return "Call('" + file(name, text) + "', '')";
     }
     // The box of a numbered report of `line`.
     static std::string report_box(unsigned error, const char* message, const std::string& line) {
@@ -249,7 +235,8 @@ TEST_F(Statements, ReplayedLinesBehaveAsLexedOnes) {
 
 // Files of 65,520 bytes and less are read, larger ones are 205.
 TEST_F(Statements, CallLoadsFilesBelow64K) {
-    std::string missing = dir + "/missing.tsl";
+    std::string missing = file("missing.tsl", "");
+    unlink(missing.c_str());
     run(S({"Call('" + missing + "', '')", "echo('no')"}));
     EXPECT_EQ(boxes(), report_box(102, "Specified menu/batch file not found", missing));
     run(S({call_of("big.tsl", "echo('big')\r\n" + std::string(65521 - 13, ';')), "echo('no')"}));
