@@ -2,7 +2,6 @@
 // what the script tests cannot reach: the run's results, goto's cache bytes
 // in the script buffer, boxes answered with Cancel, moderate errors, the
 // user break, state carried between runs, small heaps, Call's size limit.
-#include "core/line_tokens.h"
 #include "core/report.h"
 #include "core/statements.h"
 #include "core_fixture.h"
@@ -197,39 +196,6 @@ TEST_F(Statements, SmallHeapsFailCleanly) {
         EXPECT_EQ(heap_in_use(), 0u) << "heap of " << size << ": nothing leaked";
         EXPECT_EQ(ctx->run_error, size == 2000 || !ctx->run_error ? 0 : 3096) << "heap of " << size << " (2000 holds all)";
         boxes();
-    }
-}
-
-// Lines that run again replay their remembered tokens: every script must
-// give the same output, error and variables with and without replay.
-TEST_F(Statements, ReplayedLinesBehaveAsLexedOnes) {
-    const char* scripts[] = {
-        // A loop whose body drops its variable, so the name moves between slots.
-        "i = 0\r\n:top\r\nt = i\r\nDrop(t)\r\nu%i% = i\r\nt = 'x'\r\ni = i + 1\r\nif i < 5 then goto top\r\necho(StrCat(t, i, u3))\r\n",
-        // Names dropped and created in other orders on each pass.
-        "n = 0\r\n:a\r\nif n mod 2 then Drop(p)\r\nelse p = n\r\nq = IsDefined(p)\r\necho(StrCat(n, q))\r\nn = n + 1\r\nif n < 6 then goto a\r\n",
-        // Errors on a later pass of a line that worked before.
-        "k = 3\r\n:b\r\nErrorMode(@off)\r\nv = 12 / k\r\necho(v)\r\nk = k - 1\r\nif k >= 0 then goto b\r\n",
-        // A full table reached inside a loop.
-        "c = 0\r\n:c\r\nw%c% = c\r\nc = c + 1\r\nif c < 40 then goto c\r\necho(c)\r\n",
-        // Literals, keywords and host names on replayed lines.
-        "j = 0\r\n:d\r\ns = StrCat('a''b', \"c\", `d`, j)\r\necho(s)\r\nj = j + 1\r\nif j < 3 then goto d\r\n",
-    };
-    for (const char* text : scripts) {
-        std::string results[2];
-        for (int replay = 0; replay < 2; ++replay) {
-            line_tokens_set_enabled(replay == 1);
-            use_heap(HEAP_MAX_SIZE);
-            use_vars(30);
-            run(text);
-            std::string r = out + "|" + std::to_string(ctx->run_error) + "|";
-            for (unsigned i = 0; i < ctx->var_count; ++i)
-                if (vars[i].value.flags) r += std::string(vars[i].name) + "=" + var_text(vars[i].name) + ";";
-            results[replay] = r;
-            boxes();
-        }
-        line_tokens_set_enabled(true);
-        EXPECT_EQ(results[1], results[0]) << text;
     }
 }
 
