@@ -1,7 +1,4 @@
-// A fixture for the language core: a context with a heap and a variable
-// table of its own, a host command table (echo collects output, hfail
-// answers with a negative code), helpers that tokenize, evaluate and run
-// scripts, and a walk of the heap that checks every block.
+// The core fixture: a context with its own heap, variables and host commands; tokenize, evaluate, run, check.
 #pragma once
 #include <gtest/gtest.h>
 #include <dirent.h>

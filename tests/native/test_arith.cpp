@@ -1,6 +1,4 @@
-// Arithmetic and conversion functions called directly: the integer edges,
-// double-byte characters and the random seed. (Average, Max and Min read
-// their own arguments: test_variadic.cpp and the arith scripts cover them.)
+// Arithmetic and conversion functions called directly: integer edges, double-byte characters, the random seed.
 #include "values_fixture.h"
 
 namespace tsl {

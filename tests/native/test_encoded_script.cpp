@@ -1,7 +1,4 @@
-// Encoded script files: the check refuses a change in every region of the
-// file, a missing or an added byte; Call runs encoded files, refuses
-// damaged ones before running any of their lines, and refuses plain files
-// in encoded-scripts mode.
+// Encoded script files: every changed, missing or added byte is refused; Call and encoded-scripts mode.
 #include "core_fixture.h"
 #include "core/encoded_script.h"
 

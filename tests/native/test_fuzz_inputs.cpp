@@ -1,5 +1,4 @@
-// The fuzz targets' own checks on the inputs kept in tests/fuzz (each one
-// once made a target fail), the example menus and malformed menus made here.
+// The fuzz targets' checks on the kept inputs of tests/fuzz, the example menus and malformed menus.
 #include "core_fixture.h"
 #include "../fuzz/fuzz_harness.h"
 #include "../fuzz/menu_check.h"

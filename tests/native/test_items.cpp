@@ -1,5 +1,4 @@
-// The item-list functions called directly: edge cases the scripts do not
-// reach, double-byte delimiters, the heap, and random lists.
+// The item-list functions called directly: edges, double-byte delimiters, the heap, random lists.
 #include <algorithm>
 #include "values_fixture.h"
 

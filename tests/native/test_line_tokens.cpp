@@ -1,7 +1,4 @@
-// Remembered line tokens change nothing a script can see: every portable
-// script test runs twice, with and without replay, on fresh contexts, and
-// the output, the run's results and the final variable table must agree.
-// Plus the cases where a record must not be trusted.
+// Remembered line tokens and plans change nothing a script can see, and no record outlives what it relies on.
 #include <unistd.h>
 #include <random>
 #include "core_fixture.h"

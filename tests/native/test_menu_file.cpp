@@ -1,6 +1,4 @@
-// The portable half of menu files: the line reader and line classes, title
-// lines, hot-key codes of definitions and of keystrokes, and the walk's
-// popups, items, ids and script ranges.
+// The portable half of menu files: lines and their kinds, titles, hot keys, the walk's popups, items and errors.
 #include <gtest/gtest.h>
 #include <string>
 #include "menus/hotkeys.h"

@@ -1,7 +1,4 @@
-// Statements and the run loop, through run_script on CR LF scripts, for
-// what the script tests cannot reach: the run's results, goto's cache bytes
-// in the script buffer, boxes answered with Cancel, moderate errors, the
-// user break, state carried between runs, small heaps, Call's size limit.
+// Statements and the run loop where scripts cannot see: results, goto's cache, boxes, breaks, runs, Call's limit.
 #include "core/report.h"
 #include "core/statements.h"
 #include "core_fixture.h"

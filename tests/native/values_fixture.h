@@ -1,6 +1,4 @@
-// Calls the value functions directly, with arguments made as the dispatcher
-// hands them over (texts in the heap, integers), in the core fixture's
-// context; every call must give back all the heap it took apart from its result.
+// Value functions called as the dispatcher calls them; every call gives back all the heap but its result.
 #pragma once
 #include <random>
 #include "core_fixture.h"
