@@ -49,17 +49,6 @@ protected:
         EXPECT_EQ(free_bytes(), free_before) << "function " << id << " leaks heap";
         return r;
     }
-    // One table row's check: the error, then a text or an integer result.
-    void expect_row(const Result& got, int at, uint16_t error, const char* text, int32_t integer) {
-        EXPECT_EQ(got.error, error) << "row at line " << at;
-        if (error) return;
-        EXPECT_EQ(got.has_text, text != nullptr) << "row at line " << at;
-        if (text) {
-            EXPECT_EQ(got.text, text) << "row at line " << at;
-        } else {
-            EXPECT_EQ(got.integer, integer) << "row at line " << at;
-        }
-    }
     std::string text_of(int id, const std::vector<Arg>& a) {
         Result r = call(id, a);
         EXPECT_EQ(r.error, 0) << "function " << id;
