@@ -1,16 +1,10 @@
-// One run of a script, shared by the libFuzzer target, the replay of
-// tests/fuzz/regressions and the replay test of the portable script tests.
-// A fuzzing run uses a small heap (2,000 bytes, 40 slots; 30,000 and 400
-// when bit 2 of the input's length is set), the user break at the 3,000th
-// break test, console mode for even lengths and double-byte mode when bit 1
-// is set. The host table is tslrun's (tslrunquit, tslrunversion, echo,
-// itemizenull); Call(self, ...) calls the input itself, written to a file of
-// this process. Each input runs with and without the token replay (unless it
-// reads the clock): output, boxes, results, variables and the heap's layout
-// must agree; the heap is walked after each run, and once the variables'
-// texts are freed it must be one free block again (unless the table
-// overflowed: set-by-name loses a text then by design).
-// Returns "" or what is wrong.
+// One run of a script (the fuzz target, the replay of tests/fuzz/regressions, the replay of the
+// portable script tests), with tslrun's host commands; Call(self, ...) calls the input itself.
+// A fuzzing run's setup comes from the input's length: heap and table (2,000 bytes and 40 slots,
+// or 30,000 and 400), console and double-byte mode, a user break at the 3,000th break test.
+// Each input runs with and without token replay (unless it reads the clock) and both runs must
+// do the same; the heap is walked after each, and with the variables' texts freed it must be one
+// free block again (unless the table overflowed). Returns "" or what is wrong.
 #pragma once
 #include <cstdint>
 #include <cstdio>

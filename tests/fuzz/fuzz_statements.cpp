@@ -1,7 +1,5 @@
-// libFuzzer target: arbitrary script text through tsl::run_script, with the
-// heap and leak checks of fuzz_harness.h. A finding prints what is wrong
-// and aborts, so libFuzzer keeps the input; put it in tests/fuzz/regressions
-// where tsl_native_tests replays it.
+// libFuzzer target: any text as a script (fuzz_harness.h). A finding aborts; keep it in
+// tests/fuzz/regressions, which tsl_native_tests replays.
 #include <cstdio>
 #include <cstdlib>
 #include "fuzz_harness.h"
