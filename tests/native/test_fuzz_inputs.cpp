@@ -5,7 +5,7 @@
 
 using namespace tsl;
 
-TEST(FuzzInputs, EveryKeptScriptRunsCleanly) {
+TEST(FuzzRegressions, EveryKeptInputRunsCleanly) {
     std::vector<std::string> names = files_in(source_dir() + "/tests/fuzz/regressions", "");
     EXPECT_GE(names.size(), 3u) << "the kept inputs are there";
     for (const std::string& n : names) {
@@ -18,7 +18,7 @@ TEST(FuzzInputs, EveryKeptScriptRunsCleanly) {
     unlink(fuzz::self_path().c_str());
 }
 
-TEST(FuzzInputs, ExampleMenusKeptFindingsAndMalformedMenus) {
+TEST(MenuFuzzChecks, ExamplesKeptFindingsAndMalformedFiles) {
     std::vector<std::string> names = files_in(source_dir() + "/examples/menus", ".mnu");
     EXPECT_GE(names.size(), 2u) << "the example menus are there";
     for (const std::string& n : names) {   // the example menus load whole
