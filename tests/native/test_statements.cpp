@@ -171,16 +171,6 @@ TEST_F(Statements, EachRunStartsFresh) {
     EXPECT_EQ(ctx->call_depth, 0);
 }
 
-TEST_F(Statements, StatementValuesAreFreed) {
-    std::string call = call_of("c.tsl", S({"y = 'callee text'", "'last value'"}));
-    run(S({"a = 'one'", "'two'", "StrCat('x', 'y')", "b = a", "Drop(a)", "x = 5 + " + call,
-           "if " + call + " == 0 then s = StrCat('left', " + call + ", 'right')", "echo(s)"}));
-    EXPECT_EQ(out, "left0right\n");
-    EXPECT_EQ(ctx->run_error, 0);
-    EXPECT_EQ(heap_in_use(), 0u) << "only variables hold texts after a run";
-    EXPECT_EQ(check(), "");
-}
-
 TEST_F(Statements, SmallHeapsFailCleanly) {
     std::string text = S({"ErrorMode(@off)", "a = 'abcdefghijklmnopqrstuvwxyz'", "b = StrCat(a, a, a)", "c = StrCat(b, b)",
                           "d = StrFill('xy', 200)", "if a == b then echo('eq')", "e = '%a%'", "Drop(a)",
