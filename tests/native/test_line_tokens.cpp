@@ -98,6 +98,7 @@ TEST(LineTokens, ReplayChangesNothingInAnyPortableScriptTest) {
     }
     EXPECT_EQ(chdir(here), 0);
     EXPECT_GT(checked, 20u) << "the script tests were not found";
+    unlink(fuzz::self_path().c_str());
 }
 
 // Loops whose names move between slots, are dropped and made in other
@@ -111,6 +112,7 @@ TEST(LineTokens, ReplayedLinesBehaveAsLexedOnes) {
         "j = 0\r\n:d\r\ns = StrCat('a''b', \"c\", `d`, j)\r\necho(s)\r\nj = j + 1\r\nif j < 3 then goto d\r\n",
     };
     for (const char* text : scripts) EXPECT_EQ(fuzz::run_one(text, fuzz::Setup{HEAP_MAX_SIZE, 30, true, false, 0}), "") << text;
+    unlink(fuzz::self_path().c_str());
 }
 
 TEST(LineTokens, PlansChangeNothingInRandomLoops) {
@@ -118,6 +120,7 @@ TEST(LineTokens, PlansChangeNothingInRandomLoops) {
         std::string text = LoopMaker(seed).script();
         ASSERT_EQ(fuzz::run_one(text, FULL), "") << "seed " << seed << ":\n" << text;
     }
+    unlink(fuzz::self_path().c_str());
 }
 
 class LineTokensCases : public CoreTest {};
