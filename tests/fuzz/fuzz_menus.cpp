@@ -1,8 +1,5 @@
-// libFuzzer target: arbitrary bytes as a menu file through the line
-// reader, the structure walk, the item search and the hot-key parser
-// (menu_check.h). A finding prints what is wrong and aborts, so libFuzzer
-// keeps the input; put it in tests/fuzz/menu_regressions, where
-// tsl_native_tests replays it.
+// libFuzzer target: any bytes as a menu file (menu_check.h). A finding aborts; keep it in
+// tests/fuzz/menu_regressions, which tsl_native_tests replays.
 #include <cstdio>
 #include <cstdlib>
 #include "menu_check.h"

@@ -1,17 +1,6 @@
-// One fuzzing run of a menu file, shared by the libFuzzer target
-// fuzz_menus and the native test that replays inputs: the line reader,
-// the structure walk (once building nothing, once searching every item id
-// it reported) and the hot-key parser, with the rules they must keep:
-//
-// - every line read moves forward and stays inside the text;
-// - popups open and close in nested order, at levels 1 to 4, an item's
-//   level is one deeper than the popup around it (or 1);
-// - items come with consecutive ids and script ranges inside the text, in
-//   file order; the search finds the first, a middle and the last item at
-//   the same range;
-// - titles, descriptions and hot-key texts are NUL-terminated inside
-//   their buffers; a hot key of a title parses to the same code again.
-// Returns "" or what is wrong.
+// One fuzzing run of a menu file (fuzz_menus and the native replay): the line reader, the walk (once
+// building nothing, once searching items it reported) and the hot-key parser must keep the rules
+// whose breaches are named below. Returns "" or what is wrong.
 #pragma once
 #include <cstdint>
 #include <cstring>

@@ -1,12 +1,13 @@
-// A fixture for the language core: a context with a heap and a variable
-// table of its own, a host command table (echo collects output, hfail
-// answers with a negative code), helpers that tokenize, evaluate and run
-// scripts, and a walk of the heap that checks every block.
+// The core fixture: a context with its own heap, variables and host commands; tokenize, evaluate, run, check.
 #pragma once
 #include <gtest/gtest.h>
+#include <dirent.h>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 #include "core/context.h"
@@ -22,6 +23,30 @@
 #define AT_ROW(r) "row at line " << (r).line << " "
 
 namespace tsl {
+
+inline std::string source_dir() {
+    std::string here = __FILE__;
+    return here.substr(0, here.rfind('/')) + "/../..";
+}
+inline std::string read_file(const std::string& path) {
+    std::stringstream ss;
+    ss << std::ifstream(path, std::ios::binary).rdbuf();
+    return ss.str();
+}
+// The paths of a directory's entries whose names end in `suffix`, sorted.
+inline std::vector<std::string> files_in(const std::string& dir, const std::string& suffix) {
+    std::vector<std::string> names;
+    if (DIR* d = opendir(dir.c_str())) {
+        while (dirent* e = readdir(d)) {
+            std::string n = e->d_name;
+            if (n[0] != '.' && n.size() >= suffix.size() && n.compare(n.size() - suffix.size(), n.npos, suffix) == 0)
+                names.push_back(dir + "/" + n);
+        }
+        closedir(d);
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
 
 // Host commands: 0 echo(text) appends text and a line feed to the output;
 // 1 hfail(code) answers with the negative code; 2 six(a,b,c,d,e,f) declares
@@ -51,6 +76,7 @@ protected:
     std::vector<char> script;     // the buffer of the last run (goto writes into it)
     std::string out;              // what echo wrote
     std::string line;             // the buffer get_token reads
+    std::string dir;              // a directory of the test's own, made by file()
     KeywordRecord table[4] = {function_record(0, "echo", 1, 1), function_record(1, "hfail", 1, 1),
                               function_record(2, "six", 6, 0), KeywordRecord{}};
 
@@ -66,6 +92,7 @@ protected:
         plat_set_console_mode(false);
     }
     void TearDown() override {
+        if (!dir.empty()) { EXPECT_EQ(system(("rm -rf '" + dir + "'").c_str()), 0); }
         plat_set_console_mode(true);
         plat_native_set_box_answer(0);
         plat_native_set_dbcs(false);
@@ -137,6 +164,16 @@ protected:
     }
     uint32_t heap_in_use() { return (uint32_t)heap.size() - 52 - free_bytes() - var_text_bytes(); }
 
+    // Writes a file into the test's own directory and returns its path.
+    std::string file(const std::string& name, const std::string& bytes) {
+        if (dir.empty()) {
+            char tmpl[] = "/tmp/tslcoreXXXXXX";
+            EXPECT_NE(mkdtemp(tmpl), nullptr);
+            dir = tmpl;
+        }
+        std::ofstream(dir + "/" + name, std::ios::binary) << bytes;
+        return dir + "/" + name;
+    }
     // Runs a script through run_script in a writable buffer of our own.
     void run(const std::string& text) {
         script.assign(text.begin(), text.end());

@@ -1,31 +1,12 @@
-// Arithmetic and conversion functions called directly: the integer edges,
-// double-byte characters and the random seed. (Average, Max and Min read
-// their own arguments: test_variadic.cpp and the arith scripts cover them.)
+// Arithmetic and conversion functions called directly: integer edges, double-byte characters, the random seed.
 #include "values_fixture.h"
 
 namespace tsl {
 namespace {
 
-enum { ABS = 61, CHAR2NUM = 72, ISNUMBER = 157, NUM2CHAR = 182, RANDOM = 190 };
+enum { CHAR2NUM = 72, NUM2CHAR = 182, RANDOM = 190 };
 
 struct Arith : ValueTest { Arith() : ValueTest(kFamilyArith) {} };
-
-TEST_F(Arith, EdgeCases) {
-    struct { int line; int id; Arg arg; const char* text; int32_t integer; } rows[] = {
-        {__LINE__, ABS, INT32_MIN, nullptr, INT32_MIN},   // wraps: stays itself
-        {__LINE__, ABS, -INT32_MAX, nullptr, INT32_MAX},
-        {__LINE__, ISNUMBER, "\t42", nullptr, 0},
-        {__LINE__, ISNUMBER, "+7", nullptr, 1},
-        {__LINE__, ISNUMBER, "99999999999", nullptr, 1},
-        {__LINE__, CHAR2NUM, "\xff", nullptr, 255},
-        {__LINE__, CHAR2NUM, "\x88\x9f", nullptr, 0x88},   // no double-byte code page
-        {__LINE__, NUM2CHAR, -1, "\xff", 0},
-        {__LINE__, NUM2CHAR, 0x889f, "\x9f", 0},
-        {__LINE__, NUM2CHAR, 256, "", 0},                  // the NUL byte ends the text
-        {__LINE__, RANDOM, -1, nullptr, 0},                // the divisor would be 0
-    };
-    for (auto& r : rows) expect_row(call(r.id, {r.arg}), r.line, 0, r.text, r.integer);
-}
 
 TEST_F(Arith, DoubleByteCharacters) {
     plat_native_set_dbcs(true);

@@ -1,5 +1,4 @@
-// DateTime and GetExactTime: the layouts from fixed times, and the functions
-// against the clock under several international settings.
+// DateTime and GetExactTime: layouts of fixed times, and the clock under several international settings.
 #include "values_fixture.h"
 #include "functions/datetime.h"
 

@@ -1,5 +1,4 @@
-// The DialogBox control-definition parser: fields, quotes, defaults, limits
-// and its numbered errors, one row per rule.
+// The DialogBox control-definition parser: fields, quotes, defaults, limits and errors, one row per rule.
 #include <gtest/gtest.h>
 #include <string>
 #include "ui/dialog_fields.h"

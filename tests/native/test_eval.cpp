@@ -1,7 +1,4 @@
-// The evaluator: a model of the precedence table against random integer
-// expressions, the values of primaries and assignments, the errors and
-// edges no script reaches, and running out of heap;
-// every expression must give back all the heap texts it made.
+// The evaluator: errors and edges no script reaches, values, the heap, and random expressions against a model.
 #include <functional>
 #include <random>
 #include "core_fixture.h"

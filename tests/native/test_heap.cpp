@@ -1,6 +1,4 @@
-// The string heap, byte by byte: block format, next fit from the rover,
-// splitting, whole-block takes, merging, the tag-overwrite boxes, sizes
-// from a few bytes to 65,536, and a randomized run against a model.
+// The string heap byte by byte: block format, next fit, splits, merges, damaged tags, sizes, a random model run.
 #include <map>
 #include <random>
 #include "core_fixture.h"

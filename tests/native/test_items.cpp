@@ -1,5 +1,4 @@
-// The item-list functions called directly: edge cases the scripts do not
-// reach, double-byte delimiters, the heap, and random lists.
+// The item-list functions called directly: edges, double-byte delimiters, the heap, random lists.
 #include <algorithm>
 #include "values_fixture.h"
 
@@ -14,34 +13,6 @@ struct Items : ValueTest { Items() : ValueTest(kFamilyItems) {} };
 // The sort's order: bytes compared as signed values, a prefix first.
 bool signed_less(const std::string& a, const std::string& b) {
     return std::vector<signed char>(a.begin(), a.end()) < std::vector<signed char>(b.begin(), b.end());
-}
-
-TEST_F(Items, EdgeCases) {
-    struct { int line; int id; std::vector<Arg> args; const char* text; int32_t integer; } rows[] = {
-        {__LINE__, ITEMCOUNT, {",,", ","}, nullptr, 2},
-        {__LINE__, ITEMCOUNT, {"a;b,c", ";,"}, nullptr, 2},   // only the first character delimits
-        {__LINE__, ITEMEXTRACT, {-1, "a", ","}, "", 0},
-        {__LINE__, ITEMEXTRACT, {1, "", ","}, "", 0},
-        {__LINE__, ITEMEXTRACT, {2, "ab,cd,", ","}, "cd", 0},
-        {__LINE__, ITEMEXTRACT, {3, "ab,cd,", ","}, "", 0},
-        {__LINE__, ITEMINSERT, {"x", 2, "a,b", ","}, "a,b,x,", 0},
-        {__LINE__, ITEMINSERT, {"x", 2, "a,b,", ","}, "a,b,x,", 0},
-        {__LINE__, ITEMINSERT, {"x", -1, "a,b", ","}, "a,b,x,", 0},
-        {__LINE__, ITEMINSERT, {"x", 3, "", ","}, ",x,", 0},
-        {__LINE__, ITEMINSERT, {"", 1, "a,b", ","}, "a,,b", 0},
-        {__LINE__, ITEMREMOVE, {2, "a,b,", ","}, "a,", 0},
-        {__LINE__, ITEMREMOVE, {0, "a,b", ","}, "a,b", 0},
-        {__LINE__, ITEMREMOVE, {2, "a,,c", ","}, "a,c", 0},
-        {__LINE__, ITEMREMOVE, {1, "", ","}, "", 0},
-        {__LINE__, ITEMLOCATE, {"c", "a,,c", ","}, nullptr, 3},
-        {__LINE__, ITEMLOCATE, {"ab", "a,abc,ab", ","}, nullptr, 3},
-        {__LINE__, ITEMLOCATE, {"b", "a\tb", ""}, nullptr, 2},
-        {__LINE__, ITEMSORT, {",,", ","}, "", 0},
-        {__LINE__, ITEMSORT, {"ab,a,abc", ","}, "a,ab,abc,", 0},   // a prefix sorts first
-        {__LINE__, ITEMSORT, {"\xe9t\xe9,zoo,Apple", ","}, "\xe9t\xe9,Apple,zoo,", 0},   // high bytes are negative
-        {__LINE__, ITEMSORT, {"b\ta\t", ""}, "a\tb\t", 0},
-    };
-    for (auto& r : rows) expect_row(call(r.id, r.args), r.line, 0, r.text, r.integer);
 }
 
 TEST_F(Items, DoubleByteDelimiterAndItems) {

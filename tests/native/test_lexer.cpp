@@ -1,7 +1,4 @@
-// The lexer: operators by longest match, keywords by whole words, names
-// and their limits, numbers, literals with their quote rules, the dotted
-// reference, the first-character index over all 272 records, unget, the
-// word reader, and double-byte characters.
+// The lexer: token edges, every record by its name, unget, the word reader, double-byte text, extender records.
 #include "core_fixture.h"
 
 namespace tsl {

@@ -1,86 +1,18 @@
-// Remembered line tokens change nothing a script can see: every portable
-// script test runs twice, with and without replay, on fresh contexts, and
-// the output, the run's results and the final variable table must agree.
-// Plus the cases where a record must not be trusted.
+// Remembered line tokens and plans change nothing a script can see, and no record outlives what it relies on.
 #include <unistd.h>
-#include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 #include "core_fixture.h"
+#include "../fuzz/fuzz_harness.h"
 #include "../../src/core/line_tokens.h"
 #include "../../src/core/plan.h"
 
-namespace fs = std::filesystem;
 using namespace tsl;
 
 namespace {
 
-// Scripts that read the clock (Random included) differ between any two runs.
-bool reads_the_clock(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    for (auto& c : text) c = (char)tolower((unsigned char)c);
-    for (const char* word : {"random", "gettickcount", "datetime", "getexacttime"})
-        if (text.find(word) != std::string::npos) return true;
-    return false;
-}
-
-// The command table of tslrun: 0 quit, 1 version, 2 echo, 3 itemizenull.
-int32_t script_host(PHandle, intptr_t host_value, int32_t, int32_t command, AnswerFn answer, void* record,
-                    const char* t1, const char*, const char*, const char*, const char*) {
-    std::string* out = reinterpret_cast<std::string*>(host_value);
-    if (command == 1) return answer(0, 0, record, 1, 0, "tslrun 1.0");
-    if (command == 2) { *out += t1; *out += "\n"; }
-    if (command == 3) return answer(0, 0, record, 1, 0, "");
-    return 0;
-}
-
-// Runs a script on a fresh context and describes what it did: output,
-// boxes, the run's results, the variable table and the heap's blocks.
-std::string run_text(const std::string& s, bool replay) {
-    std::vector<char> buf(s.begin(), s.end());
-    buf.push_back(0);
-
-    std::unique_ptr<Context> holder(new Context());
-    Context* ctx = holder.get();
-    std::vector<uint8_t> heap(HEAP_MAX_SIZE);
-    std::vector<VarSlot> vars(2000);
-    heap_init(heap.data(), HEAP_MAX_SIZE);
-    ctx->heap = heap.data();
-    ctx->vars = vars.data();
-    ctx->var_capacity = 2000;
-    std::string out;
-    KeywordRecord table[5] = {function_record(0, "tslrunquit", 0, 0), function_record(1, "tslrunversion", 0, 0),
-                              function_record(2, "echo", 1, 1), function_record(3, "itemizenull", 1, 1), KeywordRecord{}};
-    ctx->host_table = table;
-    ctx->host_proc = script_host;
-    ctx->host_value = (intptr_t)&out;
-    var_set_int(ctx, "Param0", 0);
-
-    line_tokens_set_enabled(replay);
-    run_script(ctx, buf.data());
-    line_tokens_set_enabled(true);
-
-    std::ostringstream seen;
-    seen << out << plat_native_take_boxes() << "error " << ctx->run_error << " result " << ctx->run_result << "\n";
-    for (unsigned i = 0; i < ctx->var_count; ++i) {
-        const Value& v = vars[i].value;
-        seen << vars[i].name << " " << v.flags << " " << v.integer << " "
-             << (v.string ? heap_ptr(heap.data(), v.string) : "") << "\n";
-    }
-    // The heap's blocks, not only its free bytes: runs with and without
-    // replay (and plans) must allocate and free in the same order.
-    seen << heap_layout(heap.data(), HEAP_MAX_SIZE);
-    return seen.str();
-}
-
-std::string run_file(const fs::path& file, bool replay) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream text;
-    text << in.rdbuf();
-    return run_text(text.str(), replay);
-}
+// A portable script's run with and without replay: the fuzz target's run on a
+// full heap and a table of 2,000 slots, no user break.
+const fuzz::Setup FULL{HEAP_MAX_SIZE, fuzz::MAX_SLOTS, true, false, 0};
 
 // Random loops over a few variables whose kinds change from pass to pass:
 // assignments, conditions, Drop, execute, numbers, literals, constants,
@@ -152,36 +84,43 @@ private:
 } // namespace
 
 TEST(LineTokens, ReplayChangesNothingInAnyPortableScriptTest) {
-    fs::path scripts = fs::path(__FILE__).parent_path().parent_path() / "scripts";
-    fs::path here = fs::current_path();
-    plat_native_set_no_sleep(true);
     unsigned checked = 0;
-    for (const auto& group : fs::directory_iterator(scripts)) {
-        if (!fs::exists(group.path() / "PORTABLE")) continue;
-        for (const auto& f : fs::directory_iterator(group.path())) {
-            if (f.path().extension() != ".tsl" || fs::exists(group.path() / (f.path().stem().string() + ".args")) ||
-                reads_the_clock(f.path()))
-                continue;
-            fs::current_path(group.path());
-            std::string with = run_file(f.path(), true);
-            std::string without = run_file(f.path(), false);
-            EXPECT_EQ(with, without) << "script " << f.path();
+    char here[4096];
+    ASSERT_NE(getcwd(here, sizeof here), nullptr);
+    for (const std::string& group : files_in(source_dir() + "/tests/scripts", "")) {
+        if (!std::ifstream(group + "/PORTABLE")) continue;
+        ASSERT_EQ(chdir(group.c_str()), 0) << group;   // scripts Call files beside them
+        for (const std::string& f : files_in(group, ".tsl")) {
+            if (std::ifstream(f.substr(0, f.size() - 4) + ".args")) continue;
+            EXPECT_EQ(fuzz::run_one(read_file(f), FULL), "") << f;
             ++checked;
         }
     }
-    fs::current_path(here);
-    plat_native_set_no_sleep(false);
-    EXPECT_GT(checked, 20u) << "the script tests were not found under " << scripts;
+    EXPECT_EQ(chdir(here), 0);
+    EXPECT_GT(checked, 20u) << "the script tests were not found";
+    unlink(fuzz::self_path().c_str());
+}
+
+// Loops whose names move between slots, are dropped and made in other
+// orders, fail on a later pass or fill the table (30 slots).
+TEST(LineTokens, ReplayedLinesBehaveAsLexedOnes) {
+    const char* scripts[] = {
+        "i = 0\r\n:top\r\nt = i\r\nDrop(t)\r\nu%i% = i\r\nt = 'x'\r\ni = i + 1\r\nif i < 5 then goto top\r\necho(StrCat(t, i, u3))\r\n",
+        "n = 0\r\n:a\r\nif n mod 2 then Drop(p)\r\nelse p = n\r\nq = IsDefined(p)\r\necho(StrCat(n, q))\r\nn = n + 1\r\nif n < 6 then goto a\r\n",
+        "k = 3\r\n:b\r\nErrorMode(@off)\r\nv = 12 / k\r\necho(v)\r\nk = k - 1\r\nif k >= 0 then goto b\r\n",
+        "c = 0\r\n:c\r\nw%c% = c\r\nc = c + 1\r\nif c < 40 then goto c\r\necho(c)\r\n",
+        "j = 0\r\n:d\r\ns = StrCat('a''b', \"c\", `d`, j)\r\necho(s)\r\nj = j + 1\r\nif j < 3 then goto d\r\n",
+    };
+    for (const char* text : scripts) EXPECT_EQ(fuzz::run_one(text, fuzz::Setup{HEAP_MAX_SIZE, 30, true, false, 0}), "") << text;
+    unlink(fuzz::self_path().c_str());
 }
 
 TEST(LineTokens, PlansChangeNothingInRandomLoops) {
-    plat_native_set_no_sleep(true);
     for (unsigned seed = 1; seed <= 300; ++seed) {
         std::string text = LoopMaker(seed).script();
-        std::string with = run_text(text, true);
-        ASSERT_EQ(with, run_text(text, false)) << "seed " << seed << ":\n" << text;
+        ASSERT_EQ(fuzz::run_one(text, FULL), "") << "seed " << seed << ":\n" << text;
     }
-    plat_native_set_no_sleep(false);
+    unlink(fuzz::self_path().c_str());
 }
 
 class LineTokensCases : public CoreTest {};

@@ -1,6 +1,4 @@
-// The portable half of menu files: the line reader and line classes, title
-// lines, hot-key codes of definitions and of keystrokes, and the walk's
-// popups, items, ids and script ranges.
+// The portable half of menu files: lines and their kinds, titles, hot keys, the walk's popups, items and errors.
 #include <gtest/gtest.h>
 #include <string>
 #include "menus/hotkeys.h"
@@ -178,67 +176,5 @@ TEST(MenuWalk, EachStateNamesItsErrorAndTheLine) {
         menu_walk(text.data(), (uint32_t)text.size(), 1, trace, &res);
         EXPECT_EQ(r.error, res.error) << AT_ROW(r);
         EXPECT_STREQ(r.bad, res.bad_line.text) << AT_ROW(r);
-    }
-}
-
-// The fuzz target's checks on the example menus, the kept findings
-// (tests/fuzz/menu_regressions) and malformed files made here.
-#include <dirent.h>
-#include <fstream>
-#include <sstream>
-#include "../fuzz/menu_check.h"
-
-namespace {
-
-std::vector<std::string> files_in(const std::string& dir, const char* suffix) {
-    std::vector<std::string> names;
-    if (DIR* d = opendir(dir.c_str())) {
-        while (dirent* e = readdir(d)) {
-            std::string n = e->d_name;
-            if (n[0] != '.' && n.size() >= strlen(suffix) && n.compare(n.size() - strlen(suffix), std::string::npos, suffix) == 0)
-                names.push_back(dir + "/" + n);
-        }
-        closedir(d);
-    }
-    return names;
-}
-
-std::string source_dir() {
-    std::string here = __FILE__;
-    return here.substr(0, here.rfind('/')) + "/../..";
-}
-
-} // namespace
-
-TEST(MenuFuzzChecks, ExamplesKeptFindingsAndMalformedFiles) {
-    std::vector<std::string> inputs;
-    std::vector<std::string> names = files_in(source_dir() + "/examples/menus", ".mnu");
-    EXPECT_GE(names.size(), 2u) << "the example menus are there";
-    for (const std::string& n : files_in(source_dir() + "/tests/fuzz/menu_regressions", "")) names.push_back(n);
-    for (const std::string& n : names) {
-        std::ifstream f(n, std::ios::binary);
-        std::stringstream ss;
-        ss << f.rdbuf();
-        inputs.push_back(ss.str());
-    }
-    std::string deep = "A\r\n B\r\n  C\r\n   D\r\n";
-    inputs.push_back(std::string(70000, 'x'));                            // past the size limit
-    inputs.push_back(std::string(65533, '\r'));                           // only line ends
-    inputs.push_back(std::string(4000, ' ') + "\\^{" + std::string(3000, 'F') + "}");
-    const char zeros[] = "A\0\x1a\r\n\t\x1a B\\\\{}\\^\r";
-    inputs.push_back(std::string(zeros, sizeof zeros - 1));
-    std::string many;
-    while (many.size() < 65000) many += deep + "\tx\r\n";                  // thousands of items, ids past 0xFFFF
-    inputs.push_back(many);
-    for (size_t i = 0; i < inputs.size(); ++i) {
-        EXPECT_EQ("", fuzz::check_menu((const uint8_t*)inputs[i].data(), inputs[i].size()))
-            << (i < names.size() ? names[i] : "made input " + std::to_string(i - names.size()));
-    }
-    // The example menus load whole.
-    for (size_t i = 0; i < names.size() && names[i].find("/examples/") != std::string::npos; ++i) {
-        Trace trace(inputs[i]);
-        MenuWalkResult r;
-        menu_walk(inputs[i].data(), (uint32_t)inputs[i].size(), 1, trace, &r);
-        EXPECT_EQ(0u, r.error) << names[i] << ": " << r.bad_line.text;
     }
 }

@@ -1,9 +1,4 @@
-// Statements and the run loop, through run_script on CR LF scripts, for
-// what the script tests cannot reach: the run's results, goto's cache bytes
-// in the script buffer, boxes answered with Cancel, moderate errors, the
-// user break, state carried between runs, small heaps, Call's size limit.
-#include <fstream>
-#include "core/line_tokens.h"
+// Statements and the run loop where scripts cannot see: results, goto's cache, boxes, breaks, runs, Call's limit.
 #include "core/report.h"
 #include "core/statements.h"
 #include "core_fixture.h"
@@ -21,21 +16,8 @@ const char* const FOOTER = "\n\n\nTSL Version: 1.3a";
 
 class Statements : public CoreTest {
 protected:
-    std::string dir;
-    void SetUp() override {
-        CoreTest::SetUp();
-        char tmpl[] = "/tmp/tslcoreXXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        dir = tmpl;
-    }
-    void TearDown() override {
-        EXPECT_EQ(system(("rm -rf '" + dir + "'").c_str()), 0);
-        CoreTest::TearDown();
-    }
-    // Writes a script file and returns a Call of it.
     std::string call_of(const std::string& name, const std::string& text) {
-        std::ofstream(dir + "/" + name, std::ios::binary) << text;
-        return "Call('" + dir + "/" + name + "', '')";
+        return "Call('" + file(name, text) + "', '')";
     }
     // The box of a numbered report of `line`.
     static std::string report_box(unsigned error, const char* message, const std::string& line) {
@@ -189,16 +171,6 @@ TEST_F(Statements, EachRunStartsFresh) {
     EXPECT_EQ(ctx->call_depth, 0);
 }
 
-TEST_F(Statements, StatementValuesAreFreed) {
-    std::string call = call_of("c.tsl", S({"y = 'callee text'", "'last value'"}));
-    run(S({"a = 'one'", "'two'", "StrCat('x', 'y')", "b = a", "Drop(a)", "x = 5 + " + call,
-           "if " + call + " == 0 then s = StrCat('left', " + call + ", 'right')", "echo(s)"}));
-    EXPECT_EQ(out, "left0right\n");
-    EXPECT_EQ(ctx->run_error, 0);
-    EXPECT_EQ(heap_in_use(), 0u) << "only variables hold texts after a run";
-    EXPECT_EQ(check(), "");
-}
-
 TEST_F(Statements, SmallHeapsFailCleanly) {
     std::string text = S({"ErrorMode(@off)", "a = 'abcdefghijklmnopqrstuvwxyz'", "b = StrCat(a, a, a)", "c = StrCat(b, b)",
                           "d = StrFill('xy', 200)", "if a == b then echo('eq')", "e = '%a%'", "Drop(a)",
@@ -214,42 +186,10 @@ TEST_F(Statements, SmallHeapsFailCleanly) {
     }
 }
 
-// Lines that run again replay their remembered tokens: every script must
-// give the same output, error and variables with and without replay.
-TEST_F(Statements, ReplayedLinesBehaveAsLexedOnes) {
-    const char* scripts[] = {
-        // A loop whose body drops its variable, so the name moves between slots.
-        "i = 0\r\n:top\r\nt = i\r\nDrop(t)\r\nu%i% = i\r\nt = 'x'\r\ni = i + 1\r\nif i < 5 then goto top\r\necho(StrCat(t, i, u3))\r\n",
-        // Names dropped and created in other orders on each pass.
-        "n = 0\r\n:a\r\nif n mod 2 then Drop(p)\r\nelse p = n\r\nq = IsDefined(p)\r\necho(StrCat(n, q))\r\nn = n + 1\r\nif n < 6 then goto a\r\n",
-        // Errors on a later pass of a line that worked before.
-        "k = 3\r\n:b\r\nErrorMode(@off)\r\nv = 12 / k\r\necho(v)\r\nk = k - 1\r\nif k >= 0 then goto b\r\n",
-        // A full table reached inside a loop.
-        "c = 0\r\n:c\r\nw%c% = c\r\nc = c + 1\r\nif c < 40 then goto c\r\necho(c)\r\n",
-        // Literals, keywords and host names on replayed lines.
-        "j = 0\r\n:d\r\ns = StrCat('a''b', \"c\", `d`, j)\r\necho(s)\r\nj = j + 1\r\nif j < 3 then goto d\r\n",
-    };
-    for (const char* text : scripts) {
-        std::string results[2];
-        for (int replay = 0; replay < 2; ++replay) {
-            line_tokens_set_enabled(replay == 1);
-            use_heap(HEAP_MAX_SIZE);
-            use_vars(30);
-            run(text);
-            std::string r = out + "|" + std::to_string(ctx->run_error) + "|";
-            for (unsigned i = 0; i < ctx->var_count; ++i)
-                if (vars[i].value.flags) r += std::string(vars[i].name) + "=" + var_text(vars[i].name) + ";";
-            results[replay] = r;
-            boxes();
-        }
-        line_tokens_set_enabled(true);
-        EXPECT_EQ(results[1], results[0]) << text;
-    }
-}
-
 // Files of 65,520 bytes and less are read, larger ones are 205.
 TEST_F(Statements, CallLoadsFilesBelow64K) {
-    std::string missing = dir + "/missing.tsl";
+    std::string missing = file("missing.tsl", "");
+    unlink(missing.c_str());
     run(S({"Call('" + missing + "', '')", "echo('no')"}));
     EXPECT_EQ(boxes(), report_box(102, "Specified menu/batch file not found", missing));
     run(S({call_of("big.tsl", "echo('big')\r\n" + std::string(65521 - 13, ';')), "echo('no')"}));

@@ -1,6 +1,6 @@
-// The string functions called directly: edge cases the scripts do not reach,
-// double-byte texts, the heap when a result does not fit, random texts.
+// The string functions called directly: edges, double-byte texts, results that do not fit, random texts.
 #include "values_fixture.h"
+#include "core/keywords.h"
 
 namespace tsl {
 namespace {
@@ -14,43 +14,22 @@ const std::string KANJI_5C = "\x95\x5c";  // its trail byte is a backslash
 
 struct Strings : ValueTest { Strings() : ValueTest(kFamilyStrings) {} };
 
-// One call per row: an error number, or the text or integer it gives.
-struct Row { int line; int id; std::vector<Arg> args; uint16_t error; const char* text; int32_t integer; };
+struct Row { int line; int id; std::vector<Arg> args; uint16_t error; };
 
-TEST_F(Strings, EdgeCases) {
+// The errors; the edges that give results are lines of the strings script.
+TEST_F(Strings, Errors) {
     const std::vector<Row> rows = {
-        {__LINE__, STRSUB, {"abc", 0, 2}, 3059, nullptr, 0},   // a start below 1 with a length
-        {__LINE__, STRSUB, {"abc", -5, 0}, 0, "", 0},
-        {__LINE__, STRSUB, {"abc", 5, 0}, 3059, nullptr, 0},
-        {__LINE__, STRSUB, {"abc", 4, 1}, 3059, nullptr, 0},
-        {__LINE__, STRSUB, {"abc", 1, -1}, 3059, nullptr, 0},
-        {__LINE__, STRSUB, {"", 1, 1}, 3059, nullptr, 0},
-        {__LINE__, STRSUB, {"abc", INT32_MIN, 0}, 0, "", 0},
-        {__LINE__, STRSUB, {"abc", 2, INT32_MAX}, 3059, nullptr, 0},
-        {__LINE__, STRINDEX, {"abc", "x", 4, FWD}, 1100, nullptr, 0},
-        {__LINE__, STRINDEX, {"abc", "x", -1, FWD}, 1100, nullptr, 0},
-        {__LINE__, STRINDEX, {"abcabc", "bc", 6, FWD}, 0, nullptr, 0},
-        {__LINE__, STRINDEX, {"abcabcx", "bc", 6, BACK}, 0, nullptr, 5},
-        {__LINE__, STRINDEX, {"abcabcxy", "bc", 7, BACK}, 0, nullptr, 5},
-        {__LINE__, STRINDEX, {"abcabc", "bc", 0, 7}, 0, nullptr, 5},   // any non-zero direction is backward
-        {__LINE__, STRINDEX, {"ab", "abc", 1, FWD}, 0, nullptr, 0},
-        {__LINE__, STRSCAN, {"a,b;c", ",;", 3, FWD}, 0, nullptr, 4},
-        {__LINE__, STRSCAN, {"a,b;c", ",;", 3, BACK}, 0, nullptr, 2},
-        {__LINE__, STRSCAN, {"", "x", 5, BACK}, 0, nullptr, 0},
-        {__LINE__, STRSCAN, {"abc", "x", 0, FWD}, 0, nullptr, 0},
-        {__LINE__, STRSCAN, {"abc", "a", 1, BACK}, 0, nullptr, 1},
-        {__LINE__, STRFILL, {"xyz", -4}, 0, "", 0},
-        {__LINE__, STRFILL, {"ab", 70000}, 3096, nullptr, 0},
-        {__LINE__, STRFIX, {"ab", "x", 0}, 0, "", 0},
-        {__LINE__, STRFIX, {"ab", "x", -3}, 0, "", 0},
-        {__LINE__, STRFIXCHARS, {"abc", "", 5}, 0, "abc  ", 0},
-        {__LINE__, STRFIXCHARS, {"ab", "x", 0}, 0, "", 0},
-        {__LINE__, STRTRIM, {"\na\n"}, 0, "\na\n", 0},   // only spaces and tabs
-        {__LINE__, STRREPLACE, {"a.b.c", ".", ""}, 0, "abc", 0},
-        {__LINE__, STRREPLACE, {"abcabc", "abc", "abcabc"}, 0, "abcabcabcabc", 0},
+        {__LINE__, STRSUB, {"abc", 0, 2}, 3059},   // a start below 1 with a length
+        {__LINE__, STRSUB, {"abc", 5, 0}, 3059},
+        {__LINE__, STRSUB, {"abc", 4, 1}, 3059},
+        {__LINE__, STRSUB, {"abc", 1, -1}, 3059},
+        {__LINE__, STRSUB, {"", 1, 1}, 3059},
+        {__LINE__, STRSUB, {"abc", 2, INT32_MAX}, 3059},
+        {__LINE__, STRINDEX, {"abc", "x", 4, FWD}, 1100},
+        {__LINE__, STRINDEX, {"abc", "x", -1, FWD}, 1100},
+        {__LINE__, STRFILL, {"ab", 70000}, 3096},
     };
-    for (const Row& r : rows) expect_row(call(r.id, r.args), r.line, r.error, r.text, r.integer);
-    EXPECT_EQ(text_of(STRFILL, {"-", 300}), std::string(300, '-'));
+    for (const Row& r : rows) EXPECT_EQ(call(r.id, r.args).error, r.error) << AT_ROW(r);
 }
 
 TEST_F(Strings, DoubleByteCharactersStayWhole) {
@@ -139,6 +118,39 @@ TEST_F(Strings, RandomDoubleByteTextsHoldTogether) {
         ASSERT_EQ(int_of(STRCHARCOUNT, {text_of(STRFIXCHARS, {s, pieces[next(9)], width})}), width) << round;
         ASSERT_EQ(int_of(STRCHARCOUNT, {text_of(STRFILL, {s, width})}), width) << "round " << round;
         ASSERT_EQ(int_of(STRCHARCOUNT, {text_of(STRUPPER, {s})}), (int32_t)n) << "round " << round;
+    }
+}
+
+// StrCat, Average, Max and Min read their own arguments (their failures in scripts: the arith and strings scripts).
+struct Variadic : ValueTest { Variadic() : ValueTest(kFamilyStrings) {} };
+
+// The function itself, called with the lexer standing after "(": a failure
+// leaves no text in the result value and gives back every byte.
+TEST_F(Variadic, StrCatFailureLeavesNoResultText) {
+    use_heap(1400);
+    FunctionImpl str_cat = find(K_STRCAT);
+    ASSERT_NE(str_cat, nullptr);
+    std::string lit = "\"" + std::string(200, 'z') + "\"";
+    struct { int line; std::string args; uint16_t error; size_t length; } rows[] = {
+        {__LINE__, lit + ", " + lit + ")", 0, 400},
+        {__LINE__, lit + ", " + lit + ", " + lit + ", " + lit + ")", 3096, 0},   // the growing buffer does not fit
+        {__LINE__, lit + ", " + lit + " 5)", 2058, 0},
+        {__LINE__, lit + ", 5 / 0)", 3062, 0},   // an argument's own error
+    };
+    for (auto& r : rows) {
+        uint32_t free_before = free_bytes();
+        ctx->cursor = r.args.c_str();
+        ctx->error = 0;
+        Value result = value_int(0);
+        str_cat(ctx, &result, nullptr);
+        EXPECT_EQ(ctx->error, r.error) << AT_ROW(r);
+        if (r.error) {
+            EXPECT_EQ(result.string, 0) << AT_ROW(r);
+        } else {
+            EXPECT_EQ(std::string(value_text(ctx, result)).size(), r.length) << AT_ROW(r);
+        }
+        value_free(ctx, &result);
+        EXPECT_EQ(free_bytes(), free_before) << AT_ROW(r);
     }
 }
 

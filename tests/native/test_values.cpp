@@ -1,5 +1,4 @@
-// Values: the number test and text-to-integer, integer-to-text in radix
-// 10 and 36, the two conversions of a value, the bounded routines.
+// Values: the number test, integer to text in radix 10 and 36, conversions, the bounded routines.
 #include "core/bounded.h"
 #include "core_fixture.h"
 

@@ -1,6 +1,4 @@
-// The variable table: registration by the lexer, find_var's two errors,
-// get and set by name with key folding, the slot kept free, Drop's slots,
-// the special flags, and random operations against a map.
+// The variable table: registration, find_var's errors, names and keys, free slots, Drop, random operations.
 #include <map>
 #include <random>
 #include <set>

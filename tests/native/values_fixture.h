@@ -1,6 +1,4 @@
-// Calls the value functions directly, with arguments made as the dispatcher
-// hands them over (texts in the heap, integers), in the core fixture's
-// context; every call must give back all the heap it took apart from its result.
+// Value functions called as the dispatcher calls them; every call gives back all the heap but its result.
 #pragma once
 #include <random>
 #include "core_fixture.h"
@@ -50,17 +48,6 @@ protected:
         for (int k = 1; k < n; k++) value_free(ctx, &args[k]);
         EXPECT_EQ(free_bytes(), free_before) << "function " << id << " leaks heap";
         return r;
-    }
-    // One table row's check: the error, then a text or an integer result.
-    void expect_row(const Result& got, int at, uint16_t error, const char* text, int32_t integer) {
-        EXPECT_EQ(got.error, error) << "row at line " << at;
-        if (error) return;
-        EXPECT_EQ(got.has_text, text != nullptr) << "row at line " << at;
-        if (text) {
-            EXPECT_EQ(got.text, text) << "row at line " << at;
-        } else {
-            EXPECT_EQ(got.integer, integer) << "row at line " << at;
-        }
     }
     std::string text_of(int id, const std::vector<Arg>& a) {
         Result r = call(id, a);
