@@ -3,64 +3,52 @@
 // TSLPROCS.INI and loaded when a host context attaches.
 #include "host_harness.h"
 
-static std::string beside_program(const char* name) {
-    char path[MAX_PATH];
-    GetModuleFileNameA(NULL, path, sizeof path);
-    std::string s = path;
-    return s.substr(0, s.rfind('\\') + 1) + name;
-}
-
-static std::string setting(const char* key) {
-    char buf[300];
-    GetPrivateProfileStringA("MAIN", key, "<absent>", buf, sizeof buf, "TSLPROCS.INI");
-    return buf;
-}
-
-static std::string int_control_10(HostContext& host, int request) {
-    host.out.clear();
-    host.run("Echo(IntControl(10, \"" + std::to_string(request) + "\", \"\", \"\", \"\"))\r\n");
-    return host.out;
-}
+#define INTCONTROL_10(request) "Echo(IntControl(10, \"" #request "\", \"\", \"\", \"\"))"
 
 class Extender : public DllTest {
 protected:
-    std::string test_ext = beside_program("tsltestext.dll");
+    std::string test_ext = build_dir() + "\\tsltestext.dll";
     SettingOverride note{"MAIN", "CmdExtDllError", nullptr};
+    struct Row { int line; std::string script, out; long error; };
+    // Runs each row's lines in `host`: its Echo output and the run's error.
+    static void check(HostContext& host, const std::vector<Row>& rows) {
+        for (auto& r : rows) {
+            host.out.clear();
+            host.run(r.script + "\r\n");
+            EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
+            EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
+        }
+    }
 };
 
-// Accepted commands called from scripts; the two refused definitions (six
-// arguments, a 14-character name) each showed the definition box, and the
-// commands after them kept their numbers.
+// The two refused definitions (six arguments, a 14-character name) each show
+// the definition box, and the commands after them keep their numbers. Text
+// answers land in the string heap; one that does not fit makes ViperAnswer
+// answer -4, which the command returns: 3210 and no extender box.
 TEST_F(Extender, AcceptedCommandsAndRefusedDefinitions) {
     SettingOverride dll("MAIN", "CMDEXTDLL", test_ext.c_str());
-    User user({IDOK});
-    HostContext host;
-    user.finish();
-    ASSERT_EQ(2u, user.seen().size());
-    EXPECT_EQ("COMDLL Definition Error", user.seen()[0].caption);
-    EXPECT_EQ("extsix", user.seen()[0].text);
-    EXPECT_EQ("COMDLL Definition Error", user.seen()[1].caption);
-    EXPECT_EQ("extnamefourtee", user.seen()[1].text);
-    struct { int line; const char* script; std::string out; } rows[] = {
-        {__LINE__, "Echo(extadd(2, 40))", "42\n"},
-        {__LINE__, "Echo(ExtAdd(\"7\", -9))", "-2\n"},
-        {__LINE__, "Echo(extecho(\"hello world\"))", "hello world\n"},
-        {__LINE__, "Echo(@extconst)", "-314159\n"},
-        {__LINE__, "Echo(extnamefourtn())", "6\n"},
-        {__LINE__, "Echo(extlast())", "8\n"},
-        {__LINE__, "extsix = 5\r\nEcho(extsix)", "5\n"},  // the refused slot is empty: a plain variable
-        {__LINE__, "Echo(IntControl(10, \"0\", \"\", \"\", \"\"))", "1\n"},
-        {__LINE__, "Echo(IntControl(10, \"1\", \"\", \"\", \"\"))", "42\n"},
-        {__LINE__, "Echo(IntControl(10, \"2\", \"\", \"\", \"\"))", "100010205\n"},
-        {__LINE__, "Echo(IntControl(10, \"3\", \"\", \"\", \"\"))", test_ext + "\n"},
-        {__LINE__, "Echo(IntControl(10, \"4\", \"\", \"\", \"\"))", "0\n"},
-    };
-    for (auto& r : rows) {
-        host.out.clear();
-        host.run(std::string(r.script) + "\r\n");
-        EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
-        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
-    }
+    g_dll.console(1);
+    StderrCapture err;
+    HostContext host(&g_dll, "tslhosttest", "test host", 200, 2048);
+    EXPECT_EQ("BOX(COMDLL Definition Error): extsix\r\nBOX(COMDLL Definition Error): extnamefourtee\r\n", err.text());
+    check(host, {
+        {__LINE__, "Echo(extadd(2, 40))", "42\n", 0},
+        {__LINE__, "Echo(ExtAdd(\"7\", -9))", "-2\n", 0},
+        {__LINE__, "Echo(extecho(\"hello world\"))", "hello world\n", 0},
+        {__LINE__, "Echo(@extconst)", "-314159\n", 0},
+        {__LINE__, "Echo(extnamefourtn())", "6\n", 0},
+        {__LINE__, "Echo(extlast())", "8\n", 0},
+        {__LINE__, "extsix = 5\r\nEcho(extsix)", "5\n", 0},  // the refused slot is empty: a plain variable
+        {__LINE__, INTCONTROL_10(0), "1\n", 0},
+        {__LINE__, INTCONTROL_10(1), "42\n", 0},
+        {__LINE__, INTCONTROL_10(2), "100010205\n", 0},
+        {__LINE__, INTCONTROL_10(3), test_ext + "\n", 0},
+        {__LINE__, INTCONTROL_10(4), "0\n", 0},
+        {__LINE__, "Echo(StrLen(extbig(1000)))", "1000\n", 0},
+        {__LINE__, "x = extbig(4000)", "", 3210},
+    });
+    g_dll.console(0);
+    EXPECT_EQ(std::string::npos, err.text().find("BOX(Command Extender Error)")) << err.text();
 }
 
 // A negative answer under each error mode: the numbered error, the
@@ -105,27 +93,6 @@ TEST_F(Extender, NegativeAnswersUnderEachErrorMode) {
     }
 }
 
-// Text answers land in the string heap; one that does not fit makes
-// ViperAnswer answer -4, which the command returns: 3210 and no box.
-TEST_F(Extender, TextAnswersAndAFullHeap) {
-    SettingOverride dll("MAIN", "CMDEXTDLL", test_ext.c_str());
-    g_dll.console(1);
-    StderrCapture err;
-    HostContext host(&g_dll, "tslhosttest", "test host", 200, 2048);
-    struct { int line; const char* script; const char* out; long error; } rows[] = {
-        {__LINE__, "Echo(StrLen(extbig(1000)))", "1000\n", 0},
-        {__LINE__, "x = extbig(4000)", "", 3210},
-    };
-    for (auto& r : rows) {
-        host.out.clear();
-        host.run(std::string(r.script) + "\r\n");
-        EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
-        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
-    }
-    g_dll.console(0);
-    EXPECT_EQ(std::string::npos, err.text().find("BOX(Command Extender Error)")) << err.text();
-}
-
 // What CMDEXTDLL names, in turn: no extender, a missing file (noted in
 // CmdExtDllError), a good library (the note deleted again).
 TEST_F(Extender, SettingsNoneMissingAndGood) {
@@ -141,29 +108,28 @@ TEST_F(Extender, SettingsNoneMissingAndGood) {
         User user({IDOK});
         HostContext host;
         user.finish();
-        EXPECT_EQ(r.loaded, int_control_10(host, 0)) << "row at line " << r.line;
-        EXPECT_EQ(r.file + "\n", int_control_10(host, 3)) << "row at line " << r.line;
-        EXPECT_EQ(r.note, setting("CmdExtDllError")) << "row at line " << r.line;
+        check(host, {{r.line, INTCONTROL_10(0), r.loaded, 0}, {r.line, INTCONTROL_10(3), r.file + "\n", 0}});
+        char written[300];
+        GetPrivateProfileStringA("MAIN", "CmdExtDllError", "<absent>", written, sizeof written, "TSLPROCS.INI");
+        EXPECT_STREQ(r.note, written) << "row at line " << r.line;
     }
 }
 
 // Loaded by the first attached host, initialised once, done and freed
-// after the last one shuts down.
+// after the last one shuts down (the library counts in the environment).
 TEST_F(Extender, OneLoadForEveryAttachedHost) {
     SettingOverride dll("MAIN", "CMDEXTDLL", test_ext.c_str());
     SetEnvironmentVariableA("TSLTESTEXT_INITS", NULL);
-    char done[8];
+    char done[8], inits[8] = "";
     User user({IDOK});
     auto first = std::make_unique<HostContext>();
     {
         HostContext second;
-        EXPECT_EQ("1\n", int_control_10(second, 0));
         first.reset();
         EXPECT_EQ(0u, GetEnvironmentVariableA("TSLTESTEXT_DONE", done, sizeof done));
-        EXPECT_EQ("1\n", int_control_10(second, 0));
+        check(second, {{__LINE__, INTCONTROL_10(0) "\r\nEcho(extlast())", "1\n8\n", 0}});
     }
     user.finish();
-    char inits[8] = "";
     GetEnvironmentVariableA("TSLTESTEXT_INITS", inits, sizeof inits);
     EXPECT_STREQ("1", inits);
     EXPECT_EQ(1u, GetEnvironmentVariableA("TSLTESTEXT_DONE", done, sizeof done));
@@ -171,14 +137,17 @@ TEST_F(Extender, OneLoadForEveryAttachedHost) {
 
 // The kit's sample extender, through the example script and a row per command.
 TEST_F(Extender, SampleExtender) {
-    SettingOverride dll("MAIN", "CMDEXTDLL", beside_program("TSLSAMPLE.dll").c_str());
+    std::string sample = build_dir() + "\\TSLSAMPLE.dll";
+    SettingOverride dll("MAIN", "CMDEXTDLL", sample.c_str());
     TempDir dir{"tslsample"};
     write_file(dir.at("three.txt"), "one\r\ntwo\r\nthree");
     char computer[64];
     DWORD size = sizeof computer;
     GetComputerNameA(computer, &size);
     HostContext host;
-    struct { int line; std::string script; std::string out; long error; } rows[] = {
+    g_dll.console(1);
+    StderrCapture err;
+    check(host, {
         {__LINE__, "Echo(StrReverse(\"stressed\"))", "desserts\n", 0},
         {__LINE__, "Echo(StrReverse(\"\"))", "\n", 0},
         {__LINE__, "Echo(@MaxPath)", "260\n", 0},
@@ -187,16 +156,7 @@ TEST_F(Extender, SampleExtender) {
         {__LINE__, "Echo(SplitToVars(\"w\", \" alpha  beta\tgamma \"))\r\nEcho(w2)", "3\nbeta\n", 0},
         {__LINE__, "ErrorMode(@off)\r\nFileLines(\"" + dir.at("none.txt") + "\")\r\nEcho(\"on\")", "on\n", 0},
         {__LINE__, read_file(TSL_SOURCE_DIR "/examples/extender.tsl"),
-         "Extender: " + beside_program("TSLSAMPLE.dll") + "\ndesserts\nThis computer: " + computer +
-             "\nLongest path: 260\n3 words, the second is green\n", 0},
-    };
-    g_dll.console(1);
-    StderrCapture err;
-    for (auto& r : rows) {
-        host.out.clear();
-        host.run(r.script + "\r\n");
-        EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
-        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
-    }
+         "Extender: " + sample + "\ndesserts\nThis computer: " + computer + "\nLongest path: 260\n3 words, the second is green\n", 0},
+    });
     g_dll.console(0);
 }
