@@ -1,7 +1,7 @@
 // The debug trace stepped by the user thread: the dialog before each line
 // shows the line and the last result; Step runs the line, Run runs on with
-// the trace off, Cancel stops before the line. Console mode traces to
-// standard error without asking.
+// the trace off, Cancel stops before the line. (Console mode writes the
+// trace without asking: tests/scripts/core/debug_trace.)
 #include "host_harness.h"
 #include "resources/dialogs/debugtrace_ids.h"
 
@@ -38,16 +38,4 @@ TEST_F(Trace, StepRunAndCancel) {
         EXPECT_EQ(0, host.error()) << "row at line " << r.line;
         EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
     }
-}
-
-TEST_F(Trace, ConsoleModeWritesTheTraceWithoutAsking) {
-    g_dll.console(1);
-    StderrCapture err;
-    User user({IDCANCEL});
-    host.run(crlf({"Debug(@on)", "x = 5", "Echo(x)"}));
-    user.finish();
-    g_dll.console(0);
-    EXPECT_EQ(0u, user.seen().size());
-    EXPECT_EQ("5\n", host.out);
-    EXPECT_EQ("trace: x = 5\ntrace: Echo(x)\n", err.text());
 }
