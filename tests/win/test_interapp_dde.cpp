@@ -1,17 +1,117 @@
-// The DDE client functions against a DDEML server of the tests' own
-// (dde_test_server.h) and against Wine's program-manager server "Progman";
-// the diagnostic server window. Fatal errors are reported to standard error.
-// "TslTestServer" in a script stands for this program's server (here()).
-// RUN_SERIAL: the group made through "Progman" opens a window on the desktop.
+// The DDE client functions against Wine's program-manager server "Progman"
+// and against a DDEML server of the tests' own, on a thread of the test
+// program: services "TslTestServer_<pid>_" and the same followed by 2 to 11,
+// topic "Test" (Wine's DDEML gives a client one conversation per service; the
+// process id keeps test programs that run at the same time apart). "TslTestServer"
+// in a script stands for it (here()). It takes executes and pokes, answers
+// requests, and on purpose misbehaves for some names:
+//   execute "[refuse]" refused; "[slow]" answered after 1.5 s; "[bye]" taken, then the server hangs up
+//   request "secret" refused; "slow" answered after 1.5 s; "big" 70,000 characters; "log" the last
+//   execute taken; any other item the text last poked to it, or "value of <item>"
+// Its callback runs on its own thread only, so its state needs no lock.
+// Fatal errors are reported to standard error. RUN_SERIAL: the group made
+// through "Progman" opens a window on the desktop.
 #include "host_harness.h"
 #include <dde.h>
-#include "dde_test_server.h"
+#include <ddeml.h>
 
+// The fixture is the server: it serves from SetUp to TearDown.
 class Dde : public DllTest {
 protected:
-    DdeTestServer server;
-    void SetUp() override { g_dll.console(1); }
-    void TearDown() override { g_dll.console(0); }
+    const std::string service = "TslTestServer_" + std::to_string(GetCurrentProcessId()) + "_";
+    void SetUp() override {
+        g_dll.console(1);
+        thread_ = std::thread([this] { serve(); });
+        while (!ready_) Sleep(5);
+    }
+    void TearDown() override {
+        PostThreadMessageA(thread_id_, WM_QUIT, 0, 0);
+        thread_.join();
+        g_dll.console(0);
+    }
+    // The script text with every "TslTestServer" made this server's name.
+    std::string here(std::string text) const {
+        for (size_t at = 0; (at = text.find("TslTestServer", at)) != std::string::npos; at += service.size())
+            text.replace(at, 13, service);
+        return text;
+    }
+    // Waits (5 s at most) until n conversations are open, pumping the calling
+    // thread's messages: the client's side of a hang-up arrives there.
+    bool wait_conversations(int n) {
+        for (DWORD start = GetTickCount(); GetTickCount() - start < 5000 && open_ != n; Sleep(10)) {
+            MSG msg;
+            while (PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE)) DispatchMessageA(&msg);
+        }
+        return open_ == n;
+    }
+
+private:
+    static const UINT kHangUp = WM_APP + 1;
+    HDDEDATA answer(HSZ item, const std::string& s) {
+        return DdeCreateDataHandle(inst_, (LPBYTE)s.c_str(), (DWORD)s.size() + 1, 0, item, CF_TEXT, 0);
+    }
+    HDDEDATA on(UINT type, HCONV conv, HSZ topic, HSZ item, HDDEDATA data) {
+        char topic_name[300] = "", item_name[300] = "", sent[300] = "";
+        DdeQueryStringA(inst_, topic, topic_name, sizeof topic_name, CP_WINANSI);
+        DdeQueryStringA(inst_, item, item_name, sizeof item_name, CP_WINANSI);
+        if (data) DdeGetData(data, (LPBYTE)sent, sizeof sent - 1, 0);
+        std::string name = item_name, cmd = sent;
+        switch (type) {
+        case XTYP_CONNECT: return (HDDEDATA)(UINT_PTR)(strcmp(topic_name, "Test") == 0);
+        case XTYP_CONNECT_CONFIRM: ++open_; return 0;
+        case XTYP_DISCONNECT: --open_; return 0;
+        case XTYP_EXECUTE:
+            if (cmd == "[refuse]") return (HDDEDATA)DDE_FNOTPROCESSED;
+            if (cmd == "[slow]") Sleep(1500);
+            if (cmd == "[bye]") PostThreadMessageA(thread_id_, kHangUp, 0, (LPARAM)conv);
+            last_ = cmd;
+            return (HDDEDATA)DDE_FACK;
+        case XTYP_POKE: poked_[name] = sent; return (HDDEDATA)DDE_FACK;
+        case XTYP_REQUEST:
+            if (name == "secret") return 0;
+            if (name == "slow") Sleep(1500);
+            if (name == "big") return answer(item, std::string(70000, 'b'));
+            if (name == "log") return answer(item, last_);
+            return answer(item, poked_.count(name) ? poked_[name] : "value of " + name);
+        default: return 0;
+        }
+    }
+    static HDDEDATA CALLBACK callback(UINT type, UINT, HCONV conv, HSZ topic, HSZ item, HDDEDATA data, ULONG_PTR,
+                                      ULONG_PTR) {
+        return self_->on(type, conv, topic, item, data);
+    }
+    void serve() {
+        self_ = this;
+        thread_id_ = GetCurrentThreadId();
+        MSG msg;
+        PeekMessageA(&msg, NULL, 0, 0, PM_NOREMOVE);  // the thread's queue exists before anyone posts
+        DdeInitializeA(&inst_, callback, APPCLASS_STANDARD | CBF_SKIP_REGISTRATIONS | CBF_SKIP_UNREGISTRATIONS, 0);
+        for (int i = 1; i <= 11; ++i) {
+            std::string name = service + (i > 1 ? std::to_string(i) : "");
+            DdeNameService(inst_, DdeCreateStringHandleA(inst_, name.c_str(), CP_WINANSI), NULL, DNS_REGISTER);
+        }
+        ready_ = true;
+        while (GetMessageA(&msg, NULL, 0, 0) > 0) {
+            // Wine's DdeDisconnect does not end a conversation from the server's
+            // side: the server posts the protocol's WM_DDE_TERMINATE to the
+            // client's window itself; the client's answer gives XTYP_DISCONNECT.
+            CONVINFO ci = {};
+            ci.cb = sizeof ci;
+            if (msg.message == kHangUp && DdeQueryConvInfo((HCONV)msg.lParam, QID_SYNC, &ci))
+                PostMessageA(ci.hwndPartner, WM_DDE_TERMINATE, (WPARAM)ci.hwnd, 0);
+            DispatchMessageA(&msg);
+        }
+        DdeNameService(inst_, NULL, NULL, DNS_UNREGISTER);
+        DdeUninitialize(inst_);  // frees the string handles too
+    }
+
+    static inline Dde* self_ = nullptr;
+    DWORD inst_ = 0, thread_id_ = 0;
+    std::atomic<bool> ready_{false};
+    std::atomic<int> open_{0};
+    std::string last_;
+    std::map<std::string, std::string> poked_;
+    std::thread thread_;
 };
 
 #define OPEN "c = DDEInitiate(\"TslTestServer\", \"Test\")"
@@ -82,15 +182,15 @@ TEST_F(Dde, FunctionsAndErrors) {
         StderrCapture err;
         {
             HostContext host;
-            host.run(server.here(crlf(r.script)));
+            host.run(here(crlf(r.script)));
             if (!r.then.empty()) {
-                EXPECT_TRUE(server.wait_conversations(r.between)) << "row at line " << r.line;
-                host.run(server.here(crlf(r.then)));
+                EXPECT_TRUE(wait_conversations(r.between)) << "row at line " << r.line;
+                host.run(here(crlf(r.then)));
             }
             EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
             EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
         }
-        if (r.ended) { EXPECT_TRUE(server.wait_conversations(0)) << "row at line " << r.line << ": shutdown ends them"; }
+        if (r.ended) { EXPECT_TRUE(wait_conversations(0)) << "row at line " << r.line << ": shutdown ends them"; }
     }
     // The group's Explorer window opens a moment after its execute: close it
     // once it is there, so that it takes no other test's foreground.
