@@ -60,21 +60,22 @@ TEST_F(Extender, NegativeAnswersUnderEachErrorMode) {
     definitions.finish();
     host.lock()->sounds = 0;
     host.unlock();
-    const char* stock = "Command Extender Error.  No ErrorString reported.";
-    struct { int line; const char* mode; int code; const char* text; int press; const char* out; long error;
-             const char* box; } rows[] = {
-        {__LINE__, "@cancel", -1, "bad thing", IDOK, "", 9013, "bad thing"},
-        {__LINE__, "@cancel", -2, "", IDOK, "", 9013, stock},
-        {__LINE__, "@cancel", -3, "worse", IDOK, "", 9013, "worse"},
-        {__LINE__, "@cancel", -5, "odd", IDOK, "", 9013, "odd"},
-        {__LINE__, "@notify", -2, "soft", IDOK, "after\n", 0, "soft"},
-        {__LINE__, "@notify", -2, "soft", IDCANCEL, "", 9013, "soft"},
-        {__LINE__, "@notify", -1, "", IDOK, "after\n", 0, stock},
+    const std::string stock = "Command Extender Error.  No ErrorString reported.";
+    // Each row: the error mode, the answer's code and text, the button pressed;
+    // the Echo output, the run's error and the extender's box ("+Cancel": it has that button).
+    struct { int line; const char* mode; int code; const char* text; int press; std::string want; } rows[] = {
+        {__LINE__, "@cancel", -1, "bad thing", IDOK, " 9013 bad thing"},
+        {__LINE__, "@cancel", -2, "", IDOK, " 9013 " + stock},
+        {__LINE__, "@cancel", -3, "worse", IDOK, " 9013 worse"},
+        {__LINE__, "@cancel", -5, "odd", IDOK, " 9013 odd"},
+        {__LINE__, "@notify", -2, "soft", IDOK, "after\n 0 soft+Cancel"},
+        {__LINE__, "@notify", -2, "soft", IDCANCEL, " 9013 soft+Cancel"},
+        {__LINE__, "@notify", -1, "", IDOK, "after\n 0 " + stock + "+Cancel"},
         // Under @off no extender box: the statement reports the number by its severity.
-        {__LINE__, "@off", -1, "hidden", IDOK, "after\n", 0, nullptr},
-        {__LINE__, "@off", -2, "moderate", IDOK, "after\n", 0, nullptr},
-        {__LINE__, "@off", -3, "severe", IDOK, "", 3215, nullptr},
-        {__LINE__, "@off", -5, "other", IDOK, "", 3210, nullptr},
+        {__LINE__, "@off", -1, "hidden", IDOK, "after\n 0 "},
+        {__LINE__, "@off", -2, "moderate", IDOK, "after\n 0 "},
+        {__LINE__, "@off", -3, "severe", IDOK, " 3215 "},
+        {__LINE__, "@off", -5, "other", IDOK, " 3210 "},
     };
     for (auto& r : rows) {
         host.out.clear();
@@ -82,14 +83,9 @@ TEST_F(Extender, NegativeAnswersUnderEachErrorMode) {
         host.run(crlf({std::string("ErrorMode(") + r.mode + ")",
                        "extfail(" + std::to_string(r.code) + ", \"" + r.text + "\")", "Echo(\"after\")"}));
         user.finish();
-        EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
-        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
-        std::vector<SeenBox> boxes;
-        for (auto& b : user.seen()) if (b.caption == "Command Extender Error") boxes.push_back(b);
-        ASSERT_EQ(r.box ? 1u : 0u, boxes.size()) << "row at line " << r.line;
-        if (!r.box) continue;
-        EXPECT_EQ(r.box, boxes[0].text) << "row at line " << r.line;
-        EXPECT_EQ(std::string(r.mode) == "@notify", boxes[0].cancel) << "row at line " << r.line;
+        std::string boxes;
+        for (auto& b : user.seen()) if (b.caption == "Command Extender Error") boxes += b.text + (b.cancel ? "+Cancel" : "");
+        EXPECT_EQ(r.want, host.out + " " + std::to_string(host.error()) + " " + boxes) << "row at line " << r.line;
     }
 }
 
@@ -135,7 +131,8 @@ TEST_F(Extender, OneLoadForEveryAttachedHost) {
     EXPECT_EQ(1u, GetEnvironmentVariableA("TSLTESTEXT_DONE", done, sizeof done));
 }
 
-// The kit's sample extender, through the example script and a row per command.
+// The kit's sample extender, through the example script and rows for the
+// edges it does not reach.
 TEST_F(Extender, SampleExtender) {
     std::string sample = build_dir() + "\\TSLSAMPLE.dll";
     SettingOverride dll("MAIN", "CMDEXTDLL", sample.c_str());
@@ -148,10 +145,7 @@ TEST_F(Extender, SampleExtender) {
     g_dll.console(1);
     StderrCapture err;
     check(host, {
-        {__LINE__, "Echo(StrReverse(\"stressed\"))", "desserts\n", 0},
         {__LINE__, "Echo(StrReverse(\"\"))", "\n", 0},
-        {__LINE__, "Echo(@MaxPath)", "260\n", 0},
-        {__LINE__, "Echo(ComputerName())", std::string(computer) + "\n", 0},
         {__LINE__, "Echo(FileLines(\"" + dir.at("three.txt") + "\"))", "3\n", 0},
         {__LINE__, "Echo(SplitToVars(\"w\", \" alpha  beta\tgamma \"))\r\nEcho(w2)", "3\nbeta\n", 0},
         {__LINE__, "ErrorMode(@off)\r\nFileLines(\"" + dir.at("none.txt") + "\")\r\nEcho(\"on\")", "on\n", 0},
