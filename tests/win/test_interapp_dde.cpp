@@ -1,16 +1,15 @@
 // The DDE client functions against Wine's program-manager server "Progman"
 // and against a DDEML server of the tests' own, on a thread of the test
-// program: services "TslTestServer_<pid>_" and the same followed by 2 to 11,
-// topic "Test" (Wine's DDEML gives a client one conversation per service; the
-// process id keeps test programs that run at the same time apart). "TslTestServer"
-// in a script stands for it (here()). It takes executes and pokes, answers
-// requests, and on purpose misbehaves for some names:
+// program: services "TslTestServer" and the same followed by 2 to 11, topic
+// "Test" (Wine's DDEML gives a client one conversation per service). It takes
+// executes and pokes, answers requests, and on purpose misbehaves for some names:
 //   execute "[refuse]" refused; "[slow]" answered after 1.5 s; "[bye]" taken, then the server hangs up
 //   request "secret" refused; "slow" answered after 1.5 s; "big" 70,000 characters; "log" the last
 //   execute taken; any other item the text last poked to it, or "value of <item>"
 // Its callback runs on its own thread only, so its state needs no lock.
 // Fatal errors are reported to standard error. RUN_SERIAL: the group made
-// through "Progman" opens a window on the desktop.
+// through "Progman" opens a window on the desktop, and no other program
+// serves these names meanwhile.
 #include "host_harness.h"
 #include <dde.h>
 #include <ddeml.h>
@@ -18,7 +17,6 @@
 // The fixture is the server: it serves from SetUp to TearDown.
 class Dde : public DllTest {
 protected:
-    const std::string service = "TslTestServer_" + std::to_string(GetCurrentProcessId()) + "_";
     void SetUp() override {
         g_dll.console(1);
         thread_ = std::thread([this] { serve(); });
@@ -28,12 +26,6 @@ protected:
         PostThreadMessageA(thread_id_, WM_QUIT, 0, 0);
         thread_.join();
         g_dll.console(0);
-    }
-    // The script text with every "TslTestServer" made this server's name.
-    std::string here(std::string text) const {
-        for (size_t at = 0; (at = text.find("TslTestServer", at)) != std::string::npos; at += service.size())
-            text.replace(at, 13, service);
-        return text;
     }
     // Waits (5 s at most) until n conversations are open, pumping the calling
     // thread's messages: the client's side of a hang-up arrives there.
@@ -87,7 +79,7 @@ private:
         PeekMessageA(&msg, NULL, 0, 0, PM_NOREMOVE);  // the thread's queue exists before anyone posts
         DdeInitializeA(&inst_, callback, APPCLASS_STANDARD | CBF_SKIP_REGISTRATIONS | CBF_SKIP_UNREGISTRATIONS, 0);
         for (int i = 1; i <= 11; ++i) {
-            std::string name = service + (i > 1 ? std::to_string(i) : "");
+            std::string name = "TslTestServer" + (i > 1 ? std::to_string(i) : "");
             DdeNameService(inst_, DdeCreateStringHandleA(inst_, name.c_str(), CP_WINANSI), NULL, DNS_REGISTER);
         }
         ready_ = true;
@@ -182,10 +174,10 @@ TEST_F(Dde, FunctionsAndErrors) {
         StderrCapture err;
         {
             HostContext host;
-            host.run(here(crlf(r.script)));
+            host.run(crlf(r.script));
             if (!r.then.empty()) {
                 EXPECT_TRUE(wait_conversations(r.between)) << "row at line " << r.line;
-                host.run(here(crlf(r.then)));
+                host.run(crlf(r.then));
             }
             EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
             EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;

@@ -35,13 +35,6 @@ protected:
         }
     }
 };
-class SystemInfo : public Periphery {};
-class Desktop : public Periphery {};
-class MediaNet : public Periphery {};
-class Clipboard : public Periphery {};
-class Snapshot : public Periphery {};
-class Registry : public Periphery {};
-class Objects : public Periphery {};
 
 namespace {
 
@@ -129,7 +122,7 @@ std::string size_of(int width, int height) { return std::to_string(width) + "x" 
 // when its state differs, the previous state returned (and restored at the
 // end); the system's version; a 16-bit Windows program's header (the other
 // program types: tests/scripts/periphery/exe_type).
-TEST_F(SystemInfo, QueriesAnswerWhatTheSystemSays) {
+TEST_F(Periphery, SystemQueriesAnswerWhatTheSystemSays) {
     std::thread box([] { MessageBoxA(NULL, "Disk is almost full", "Probe warning", MB_OK | MB_ICONWARNING); });
     HWND w = test_window("TslMouseProbe", plain_proc, "Mouse probe", WS_POPUP | WS_VISIBLE, 300, 200), b = NULL;
     SetWindowPos(w, HWND_TOPMOST, 100, 100, 300, 200, SWP_SHOWWINDOW);
@@ -172,7 +165,7 @@ TEST_F(SystemInfo, QueriesAnswerWhatTheSystemSays) {
 
 // EndSession asks first; No (pressed by the user, or console mode's default)
 // leaves the session alone and returns 0.
-TEST_F(SystemInfo, EndSessionAsksAndNoKeepsTheSession) {
+TEST_F(Periphery, EndSessionAsksAndNoKeepsTheSession) {
     User user({IDNO});
     host.run("r = EndSession()\r\n");
     user.finish();
@@ -185,7 +178,7 @@ TEST_F(SystemInfo, EndSessionAsksAndNoKeepsTheSession) {
 // Wallpaper set to a real bitmap file and read back from the system (the
 // user's wallpaper and tiling are restored afterwards); IconReplace on a copy
 // of Wine's notepad.exe, read back from the copy's resources.
-TEST_F(Desktop, WallpaperAndIconReplace) {
+TEST_F(Periphery, WallpaperAndIconReplace) {
     TempDir dir{"tsldesktop"};
     std::string old = wallpaper(), bmp = dir.at("paper.bmp"), program = dir.at("probe.exe"), icon = dir.at("red.ico");
     uint32_t bmp_head[13] = {70, 0, 54, 40, 2, 2, 1 | 24 << 16};   // a 2x2 24-bit bitmap
@@ -222,7 +215,7 @@ TEST_F(Desktop, WallpaperAndIconReplace) {
 // multimedia and Net* functions answer what the system itself says here (a
 // device or none, a network or none); the system's network dialogs never
 // block a console run.
-TEST_F(MediaNet, SoundsMediaAndNetworkAsTheSystemAnswers) {
+TEST_F(Periphery, SoundsMediaAndNetworkAsTheSystemAnswers) {
     int sounds = host.lock()->sounds;
     host.unlock();
     bool wave = waveOutGetNumDevs() > 0, midi = midiOutGetNumDevs() > 0;
@@ -257,7 +250,7 @@ TEST_F(MediaNet, SoundsMediaAndNetworkAsTheSystemAnswers) {
 // program put in the Unicode format only is read as ANSI and extended by
 // ClipAppend; an empty clipboard reads as ""; one held open by another window
 // fails with 1401 after a bounded wait.
-TEST_F(Clipboard, ScriptsAndOtherProgramsShareIt) {
+TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
     check({
         {__LINE__, "r = ClipPut(\"hello\")", "1 hello / hello", clipboard_texts},
         {__LINE__, "r = ClipPut(\"\")", "1  / ", clipboard_texts},
@@ -288,7 +281,7 @@ TEST_F(Clipboard, ScriptsAndOtherProgramsShareIt) {
 
 // SnapShot's bitmap on the clipboard: the whole screen at the screen's size,
 // the active window and its client area at theirs, in the window's own colour.
-TEST_F(Snapshot, ScreenWindowAndClientAreaAtTheirSizes) {
+TEST_F(Periphery, SnapShotOfScreenWindowAndClientAreaAtTheirSizes) {
     const COLORREF colour = RGB(200, 40, 60);
     HWND w = test_window("TslSnapProbe", plain_proc, "Snap probe", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 320, 240);
     SetClassLongPtrA(w, GCLP_HBRBACKGROUND, (LONG_PTR)CreateSolidBrush(colour));
@@ -318,8 +311,8 @@ TEST_F(Snapshot, ScreenWindowAndClientAreaAtTheirSizes) {
 // and the other way round, values of other types read as the language's
 // text, subkeys listed by index ("" past the last); missing keys and values
 // are minor errors, numbers that are no open key are refused as fatal before
-// the system sees them (those of another context: Objects.ShutdownGivesBack...).
-TEST_F(Registry, ScriptsAndWin32SeeTheSameKeysAndValues) {
+// the system sees them (those of another context: Periphery.ShutdownGivesBack...).
+TEST_F(Periphery, RegistryScriptsAndWin32SeeTheSameKeysAndValues) {
     std::string base = "Software\\TSLTest-" + std::to_string(GetCurrentProcessId());
     auto value = [&](std::string sub, const char* name) {
         return [=] {
@@ -366,7 +359,7 @@ TEST_F(Registry, ScriptsAndWin32SeeTheSameKeysAndValues) {
 // Object and key numbers are good only in the context that got them; a
 // context that ends with 64 of them open (the process-wide tables are full)
 // gives them back at its shutdown: the next context opens 64 again.
-TEST_F(Objects, ShutdownGivesBackTheTablesOf64) {
+TEST_F(Periphery, ShutdownGivesBackTheTablesOf64) {
     struct { int line; std::string open, full, close, foreign; } rows[] = {
         {__LINE__, "d = ObjectOpen(\"Scripting.Dictionary\")", "error 3412", "r = ObjectClose(d)", "error 3411"},
         {__LINE__, "d = RegOpenKey(2, \"Software\")", "error 3402", "r = RegCloseKey(d)", "error 3401"},
