@@ -1,20 +1,17 @@
 // The DDE client functions against Wine's program-manager server "Progman"
-// and against a DDEML server of the tests' own, on a thread of the test
-// program: services "TslTestServer" and the same followed by 2 to 11, topic
-// "Test" (Wine's DDEML gives a client one conversation per service). It takes
-// executes and pokes, answers requests, and on purpose misbehaves for some names:
-//   execute "[refuse]" refused; "[slow]" answered after 1.5 s; "[bye]" taken, then the server hangs up
-//   request "secret" refused; "slow" answered after 1.5 s; "big" 70,000 characters; "log" the last
-//   execute taken; any other item the text last poked to it, or "value of <item>"
-// Its callback runs on its own thread only, so its state needs no lock.
-// Fatal errors are reported to standard error. RUN_SERIAL: the group made
-// through "Progman" opens a window on the desktop, and no other program
-// serves these names meanwhile.
+// and a DDEML server of the tests' own on a thread of this program (the
+// fixture): services "TslTestServer" and "TslTestServer2" to "11" (Wine's
+// DDEML gives a client one conversation per service), topic "Test". It
+// misbehaves on purpose:
+//   execute "[refuse]" refused; "[slow]" answered after 1.5 s; "[bye]" taken, then it hangs up
+//   request "secret" refused; "slow" answered after 1.5 s; "big" 70,000 characters; "log" the
+//   last execute; any other item the text last poked to it, or "value of <item>"
+// RUN_SERIAL: no other program serves these names meanwhile, and the group
+// made through "Progman" opens a window on the desktop.
 #include "host_harness.h"
 #include <dde.h>
 #include <ddeml.h>
 
-// The fixture is the server: it serves from SetUp to TearDown.
 class Dde : public DllTest {
 protected:
     void SetUp() override {

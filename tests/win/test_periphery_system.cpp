@@ -122,6 +122,7 @@ std::string size_of(int width, int height) { return std::to_string(width) + "x" 
 // when its state differs, the previous state returned (and restored at the
 // end); the system's version; a 16-bit Windows program's header (the other
 // program types: tests/scripts/periphery/exe_type).
+#define SET_GET(on) "KeyToggleSet(@scrolllock, " #on "), KeyToggleGet(@scrolllock)"
 TEST_F(Periphery, SystemQueriesAnswerWhatTheSystemSays) {
     std::thread box([] { MessageBoxA(NULL, "Disk is almost full", "Probe warning", MB_OK | MB_ICONWARNING); });
     HWND w = test_window("TslMouseProbe", plain_proc, "Mouse probe", WS_POPUP | WS_VISIBLE, 300, 200), b = NULL;
@@ -141,16 +142,10 @@ TEST_F(Periphery, SystemQueriesAnswerWhatTheSystemSays) {
     write_file(dir.at("ne.exe"), ne);
     check({
         {__LINE__, "r = StrCat(MsgTextGet(\"Probe w\"), \"|\", MsgTextGet(\"probe\"), \"|\", MsgTextGet(\"Other\"))", "Disk is almost full||"},
-        {__LINE__, "r = MouseInfo(0)", "Mouse probe"},
-        {__LINE__, "r = MouseInfo(1)", "Mouse probe"},
-        {__LINE__, "r = MouseInfo(2)", "150 170"},
-        {__LINE__, "r = MouseInfo(3)", std::to_string(client.x) + " " + std::to_string(client.y)},
-        {__LINE__, "r = MouseInfo(4)", "0"},
+        {__LINE__, "r = StrCat(MouseInfo(0), \"|\", MouseInfo(1), \"|\", MouseInfo(2), \"|\", MouseInfo(3), \"|\", MouseInfo(4))",
+         "Mouse probe|Mouse probe|150 170|" + std::to_string(client.x) + " " + std::to_string(client.y) + "|0"},
         {__LINE__, "r = MouseInfo(5)", "error 2402"},
-        {__LINE__, "r = StrCat(KeyToggleSet(@scrolllock, 1), KeyToggleGet(@scrolllock))", was + "1"},
-        {__LINE__, "r = StrCat(KeyToggleSet(@scrolllock, 1), KeyToggleGet(@scrolllock))", "11"},
-        {__LINE__, "r = StrCat(KeyToggleSet(@scrolllock, 0), KeyToggleGet(@scrolllock))", "10"},
-        {__LINE__, "r = StrCat(KeyToggleSet(@scrolllock, 0), KeyToggleGet(@scrolllock))", "00"},
+        {__LINE__, "r = StrCat(" SET_GET(1) ", " SET_GET(1) ", " SET_GET(0) ", " SET_GET(0) ")", was + "1" "11" "10" "00"},
         {__LINE__, "r = KeyToggleGet(65)", "error 2401"},
         {__LINE__, "r = KeyToggleSet(@shift, 1)", "error 2401"},
         {__LINE__, "r = StrCat(DosVersion(@major), \".\", DosVersion(@minor))",
@@ -265,18 +260,11 @@ TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
         {__LINE__, nullptr, "r = StrCat(\"[\", ClipGet(), \"]\")", "[]"},
     };
     for (auto& r : rows) put_wide(r.put), check({{r.line, r.script, r.got}});
-    std::atomic<bool> release{false}, held{false};
-    std::thread other([&] {
-        HWND w = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL, NULL, NULL);
-        held = OpenClipboard(w) != 0;
-        while (!release) Sleep(10);
-        CloseClipboard();
-        DestroyWindow(w);
-    });
-    while (!held) Sleep(10);
+    HWND holder = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL, NULL, NULL);
+    ASSERT_TRUE(OpenClipboard(holder));
     check({{__LINE__, "r = ClipGet()", "error 1401"}, {__LINE__, "r = ClipPut(\"x\")", "error 1401"}});
-    release = true;
-    other.join();
+    CloseClipboard();
+    DestroyWindow(holder);
 }
 
 // SnapShot's bitmap on the clipboard: the whole screen at the screen's size,
