@@ -9,14 +9,14 @@ class Extender : public DllTest {
 protected:
     std::string test_ext = build_dir() + "\\tsltestext.dll";
     SettingOverride note{"MAIN", "CmdExtDllError", nullptr};
-    struct Row { int line; std::string script, out; long error; };
+    struct Row { int line; std::string script, out; long error = 0; };
     // Runs each row's lines in `host`: its Echo output and the run's error.
     static void check(HostContext& host, const std::vector<Row>& rows) {
         for (auto& r : rows) {
             host.out.clear();
             host.run(r.script + "\r\n");
-            EXPECT_EQ(r.out, host.out) << "row at line " << r.line;
-            EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
+            EXPECT_EQ(r.out + " " + std::to_string(r.error), host.out + " " + std::to_string(host.error()))
+                << "row at line " << r.line;
         }
     }
 };
@@ -32,19 +32,16 @@ TEST_F(Extender, AcceptedCommandsAndRefusedDefinitions) {
     HostContext host(&g_dll, "tslhosttest", "test host", 200, 2048);
     EXPECT_EQ("BOX(COMDLL Definition Error): extsix\r\nBOX(COMDLL Definition Error): extnamefourtee\r\n", err.text());
     check(host, {
-        {__LINE__, "Echo(extadd(2, 40))", "42\n", 0},
-        {__LINE__, "Echo(ExtAdd(\"7\", -9))", "-2\n", 0},
-        {__LINE__, "Echo(extecho(\"hello world\"))", "hello world\n", 0},
-        {__LINE__, "Echo(@extconst)", "-314159\n", 0},
-        {__LINE__, "Echo(extnamefourtn())", "6\n", 0},
-        {__LINE__, "Echo(extlast())", "8\n", 0},
-        {__LINE__, "extsix = 5\r\nEcho(extsix)", "5\n", 0},  // the refused slot is empty: a plain variable
-        {__LINE__, INTCONTROL_10(0), "1\n", 0},
-        {__LINE__, INTCONTROL_10(1), "42\n", 0},
-        {__LINE__, INTCONTROL_10(2), "100010205\n", 0},
-        {__LINE__, INTCONTROL_10(3), test_ext + "\n", 0},
-        {__LINE__, INTCONTROL_10(4), "0\n", 0},
-        {__LINE__, "Echo(StrLen(extbig(1000)))", "1000\n", 0},
+        {__LINE__, "Echo(extadd(2, 40))", "42\n"},
+        {__LINE__, "Echo(ExtAdd(\"7\", -9))", "-2\n"},
+        {__LINE__, "Echo(extecho(\"hello world\"))", "hello world\n"},
+        {__LINE__, "Echo(@extconst)", "-314159\n"},
+        {__LINE__, "Echo(extnamefourtn())", "6\n"},
+        {__LINE__, "Echo(extlast())", "8\n"},
+        {__LINE__, "extsix = 5\r\nEcho(extsix)", "5\n"},  // the refused slot is empty: a plain variable
+        {__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(1) "\r\n" INTCONTROL_10(2), "1\n42\n100010205\n"},
+        {__LINE__, INTCONTROL_10(3) "\r\n" INTCONTROL_10(4), test_ext + "\n0\n"},
+        {__LINE__, "Echo(StrLen(extbig(1000)))", "1000\n"},
         {__LINE__, "x = extbig(4000)", "", 3210},
     });
     g_dll.console(0);
@@ -90,24 +87,41 @@ TEST_F(Extender, NegativeAnswersUnderEachErrorMode) {
 }
 
 // What CMDEXTDLL names, in turn: no extender, a missing file (noted in
-// CmdExtDllError), a good library (the note deleted again).
-TEST_F(Extender, SettingsNoneMissingAndGood) {
+// CmdExtDllError), a good library (the note deleted again), the kit's sample
+// (through the example script, and rows for the edges that it does not reach).
+TEST_F(Extender, SettingsAndTheKitsSample) {
+    std::string sample = build_dir() + "\\TSLSAMPLE.dll", missing = "Z:\\no\\such\\dir\\ext.dll";
+    TempDir dir{"tslsample"};
+    write_file(dir.at("three.txt"), "one\r\ntwo\r\nthree");
+    char computer[64];
+    DWORD size = sizeof computer;
+    GetComputerNameA(computer, &size);
     WritePrivateProfileStringA("MAIN", "CmdExtDllError", NULL, "TSLPROCS.INI");
-    struct { int line; std::string file; const char* loaded; const char* note; } rows[] = {
-        {__LINE__, "(NONE)", "0\n", "<absent>"},
-        {__LINE__, "Z:\\no\\such\\dir\\ext.dll", "0\n", "Dll Not Found"},
-        {__LINE__, "(none)", "0\n", "Dll Not Found"},
-        {__LINE__, test_ext, "1\n", "<absent>"},
+    struct { int line; std::string file; const char* note; std::vector<Row> rows; } settings[] = {
+        {__LINE__, "(NONE)", "<absent>", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "0\n(NONE)\n"}}},
+        {__LINE__, missing, "Dll Not Found", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "0\n" + missing + "\n"}}},
+        {__LINE__, "(none)", "Dll Not Found", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "0\n(none)\n"}}},
+        {__LINE__, test_ext, "<absent>", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "1\n" + test_ext + "\n"}}},
+        {__LINE__, sample, "<absent>", {
+            {__LINE__, read_file(TSL_SOURCE_DIR "/examples/extender.tsl"), "Extender: " + sample + "\ndesserts\nThis computer: " +
+                 computer + "\nLongest path: 260\n3 words, the second is green\n"},
+            {__LINE__, "Echo(StrReverse(\"\"))", "\n"},
+            {__LINE__, "Echo(FileLines(\"" + dir.at("three.txt") + "\"))", "3\n"},
+            {__LINE__, "Echo(SplitToVars(\"w\", \" alpha  beta\tgamma \"))\r\nEcho(w2)", "3\nbeta\n"},
+            {__LINE__, "ErrorMode(@off)\r\nFileLines(\"" + dir.at("none.txt") + "\")\r\nEcho(\"on\")", "on\n"}}},
     };
-    for (auto& r : rows) {
-        SettingOverride dll("MAIN", "CMDEXTDLL", r.file.c_str());
-        User user({IDOK});
-        HostContext host;
-        user.finish();
-        check(host, {{r.line, INTCONTROL_10(0), r.loaded, 0}, {r.line, INTCONTROL_10(3), r.file + "\n", 0}});
+    for (auto& s : settings) {
+        SettingOverride dll("MAIN", "CMDEXTDLL", s.file.c_str());
+        g_dll.console(1);
+        {
+            StderrCapture err;
+            HostContext host;
+            check(host, s.rows);
+        }
+        g_dll.console(0);
         char written[300];
         GetPrivateProfileStringA("MAIN", "CmdExtDllError", "<absent>", written, sizeof written, "TSLPROCS.INI");
-        EXPECT_STREQ(r.note, written) << "row at line " << r.line;
+        EXPECT_STREQ(s.note, written) << "setting at line " << s.line;
     }
 }
 
@@ -123,34 +137,10 @@ TEST_F(Extender, OneLoadForEveryAttachedHost) {
         HostContext second;
         first.reset();
         EXPECT_EQ(0u, GetEnvironmentVariableA("TSLTESTEXT_DONE", done, sizeof done));
-        check(second, {{__LINE__, INTCONTROL_10(0) "\r\nEcho(extlast())", "1\n8\n", 0}});
+        check(second, {{__LINE__, INTCONTROL_10(0) "\r\nEcho(extlast())", "1\n8\n"}});
     }
     user.finish();
     GetEnvironmentVariableA("TSLTESTEXT_INITS", inits, sizeof inits);
     EXPECT_STREQ("1", inits);
     EXPECT_EQ(1u, GetEnvironmentVariableA("TSLTESTEXT_DONE", done, sizeof done));
-}
-
-// The kit's sample extender, through the example script and rows for the
-// edges it does not reach.
-TEST_F(Extender, SampleExtender) {
-    std::string sample = build_dir() + "\\TSLSAMPLE.dll";
-    SettingOverride dll("MAIN", "CMDEXTDLL", sample.c_str());
-    TempDir dir{"tslsample"};
-    write_file(dir.at("three.txt"), "one\r\ntwo\r\nthree");
-    char computer[64];
-    DWORD size = sizeof computer;
-    GetComputerNameA(computer, &size);
-    HostContext host;
-    g_dll.console(1);
-    StderrCapture err;
-    check(host, {
-        {__LINE__, "Echo(StrReverse(\"\"))", "\n", 0},
-        {__LINE__, "Echo(FileLines(\"" + dir.at("three.txt") + "\"))", "3\n", 0},
-        {__LINE__, "Echo(SplitToVars(\"w\", \" alpha  beta\tgamma \"))\r\nEcho(w2)", "3\nbeta\n", 0},
-        {__LINE__, "ErrorMode(@off)\r\nFileLines(\"" + dir.at("none.txt") + "\")\r\nEcho(\"on\")", "on\n", 0},
-        {__LINE__, read_file(TSL_SOURCE_DIR "/examples/extender.tsl"),
-         "Extender: " + sample + "\ndesserts\nThis computer: " + computer + "\nLongest path: 260\n3 words, the second is green\n", 0},
-    });
-    g_dll.console(0);
 }
