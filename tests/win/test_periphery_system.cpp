@@ -95,8 +95,10 @@ std::string clipboard_texts() {
     return std::string(ansi) + " / " + utf8;
 }
 
-// The clipboard's bitmap: its size, and whether its centre has `colour` (CLR_INVALID: not asked).
-std::string clipboard_picture(COLORREF colour) {
+const COLORREF kProbeColour = RGB(200, 40, 60);
+
+// The clipboard's bitmap: its size, and whether its centre has the probe window's colour.
+std::string clipboard_picture() {
     BITMAP info = {};
     COLORREF centre = CLR_INVALID;
     if (!OpenClipboard(NULL)) return "<busy>";
@@ -109,8 +111,7 @@ std::string clipboard_picture(COLORREF colour) {
         DeleteDC(dc);
     }
     CloseClipboard();
-    std::string size = std::to_string(info.bmWidth) + "x" + std::to_string(info.bmHeight);
-    return colour == CLR_INVALID ? size : size + (centre == colour ? " in its colour" : " in another colour");
+    return std::to_string(info.bmWidth) + "x" + std::to_string(info.bmHeight) + (centre == kProbeColour ? " in its colour" : "");
 }
 
 std::string size_of(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
@@ -268,27 +269,25 @@ TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
 }
 
 // SnapShot's bitmap on the clipboard: the whole screen at the screen's size,
-// the active window and its client area at theirs, in the window's own colour.
+// the active window and its client area at theirs, the window (over the
+// screen's centre) in its own colour.
 TEST_F(Periphery, SnapShotOfScreenWindowAndClientAreaAtTheirSizes) {
-    const COLORREF colour = RGB(200, 40, 60);
+    int cx = GetSystemMetrics(SM_CXSCREEN), cy = GetSystemMetrics(SM_CYSCREEN);
     HWND w = test_window("TslSnapProbe", plain_proc, "Snap probe", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 320, 240);
-    SetClassLongPtrA(w, GCLP_HBRBACKGROUND, (LONG_PTR)CreateSolidBrush(colour));
-    InvalidateRect(w, NULL, TRUE);
+    SetClassLongPtrA(w, GCLP_HBRBACKGROUND, (LONG_PTR)CreateSolidBrush(kProbeColour));
+    SetWindowPos(w, NULL, cx / 2 - 150, cy / 2 - 100, 320, 240, SWP_NOZORDER);
     SetForegroundWindow(w);
     for (int i = 0; i < 200 && GetForegroundWindow() != w; i++) Sleep(10);
     ASSERT_EQ(w, GetForegroundWindow());
-    UpdateWindow(w);
+    RedrawWindow(w, NULL, NULL, RDW_ERASE | RDW_INVALIDATE | RDW_UPDATENOW);
     RECT win, client;
     GetWindowRect(w, &win);
     GetClientRect(w, &client);
     put_wide(nullptr);
     check({
-        {__LINE__, "r = SnapShot(0)", "1 " + size_of(GetSystemMetrics(SM_CXSCREEN), GetSystemMetrics(SM_CYSCREEN)),
-         [] { return clipboard_picture(CLR_INVALID); }},
-        {__LINE__, "r = SnapShot(1)", "1 " + size_of(win.right - win.left, win.bottom - win.top) + " in its colour",
-         [&] { return clipboard_picture(colour); }},
-        {__LINE__, "r = SnapShot(2)", "1 " + size_of(client.right, client.bottom) + " in its colour",
-         [&] { return clipboard_picture(colour); }},
+        {__LINE__, "r = SnapShot(0)", "1 " + size_of(cx, cy) + " in its colour", clipboard_picture},
+        {__LINE__, "r = SnapShot(1)", "1 " + size_of(win.right - win.left, win.bottom - win.top) + " in its colour", clipboard_picture},
+        {__LINE__, "r = SnapShot(2)", "1 " + size_of(client.right, client.bottom) + " in its colour", clipboard_picture},
         {__LINE__, "r = SnapShot(3)", "error 2431"},
     });
     DestroyWindow(w);
@@ -325,11 +324,9 @@ TEST_F(Periphery, RegistryScriptsAndWin32SeeTheSameKeysAndValues) {
         {__LINE__, "RegSetValue(2, StrCat(base, \"\\d[n]\"), \"v\")\r\nr = RegDeleteKey(2, StrCat(base, \"\\d[n]\"))", "1 <none>", value("\\d", "n")},
         {__LINE__, "RegSetValue(2, StrCat(base, \"\\e\\f\\g\"), \"v\")\r\nr = RegDeleteKey(2, StrCat(base, \"\\e\"))", "1 <none>", value("\\e\\f\\g", nullptr)},
         {__LINE__, "RegSetValue(-2147483647, StrCat(base, \"\\h\"), \"w\")\r\nk = RegOpenKey(2, base)\r\nr = RegQueryValue(k, \"h\")", "w w", value("\\h", nullptr)},
-        {__LINE__, "r = RegQueryValue(2, StrCat(base, \"\\types[dword]\"))", "-294967296"},
-        {__LINE__, "r = RegQueryValue(2, StrCat(base, \"\\types[dword]\")) + 1", "-294967295"},  // a number
-        {__LINE__, "r = RegQueryValue(2, StrCat(base, \"\\types[multi]\"))", "one\ttwo"},
-        {__LINE__, "r = RegQueryValue(2, StrCat(base, \"\\types[binary]\"))", "01 AB 00"},
-        {__LINE__, "r = RegQueryValue(2, StrCat(base, \"\\types[expand]\"))", "%PATH%"},
+        {__LINE__, "t = StrCat(base, \"\\types\")\r\nr = StrCat(RegQueryValue(2, StrCat(t, \"[dword]\")) + 1, \"|\", RegQueryValue(2, StrCat(t, \"[dword]\")), "
+                   "\"|\", RegQueryValue(2, StrCat(t, \"[multi]\")), \"|\", RegQueryValue(2, StrCat(t, \"[binary]\")), \"|\", RegQueryValue(2, StrCat(t, \"[expand]\")))",
+         "-294967295|-294967296|one\ttwo|01 AB 00|%PATH%"},   // a DWORD is a number
         {__LINE__, "k = RegOpenKey(2, StrCat(base, \"\\a\"))\r\nr = StrCat(RegQueryKey(k, 0), \",\", RegQueryKey(k, 1), \",\", RegQueryKey(k, -1))", "b,,"},
         {__LINE__, "r = RegOpenKey(2, StrCat(base, \"\\missing\"))", "error 1411"},
         {__LINE__, "r = RegQueryValue(2, StrCat(base, \"\\missing\"))", "error 1414"},
