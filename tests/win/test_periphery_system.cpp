@@ -40,13 +40,18 @@ namespace {
 
 LRESULT CALLBACK plain_proc(HWND w, UINT m, WPARAM wp, LPARAM lp) { return DefWindowProcA(w, m, wp, lp); }
 
+// A REG_SZ value of HKEY_CURRENT_USER (nullptr: the key's default value), or "<none>".
+std::string reg_text(const std::string& key, const char* name) {
+    char buf[300] = "";
+    DWORD size = sizeof buf;
+    return RegGetValueA(HKEY_CURRENT_USER, key.c_str(), name, RRF_RT_REG_SZ, NULL, buf, &size) ? "<none>" : buf;
+}
+
 // The system's wallpaper file and tiling.
 std::string wallpaper() {
-    char file[MAX_PATH] = "", tile[8] = "";
-    DWORD size = sizeof tile;
+    char file[MAX_PATH] = "";
     SystemParametersInfoA(SPI_GETDESKWALLPAPER, sizeof file, file, 0);
-    RegGetValueA(HKEY_CURRENT_USER, "Control Panel\\Desktop", "TileWallpaper", RRF_RT_REG_SZ, NULL, tile, &size);
-    return std::string(file) + " " + tile;
+    return std::string(file) + " " + reg_text("Control Panel\\Desktop", "TileWallpaper");
 }
 
 BOOL CALLBACK first_group(HMODULE, LPCSTR, LPSTR name, LONG_PTR out) {
@@ -84,24 +89,18 @@ void put_wide(const wchar_t* text) {
     DestroyWindow(w);
 }
 
-// The clipboard's text in the ANSI format, and in the Unicode format as UTF-8.
-std::string clipboard_texts() {
+const COLORREF kProbeColour = RGB(200, 40, 60);
+
+// The clipboard: its text in the ANSI format, in the Unicode format as UTF-8,
+// and its bitmap's size (with whether its centre has the probe window's colour).
+std::string clipboard() {
     char ansi[300] = "", utf8[300] = "";
+    BITMAP info = {};
+    COLORREF centre = CLR_INVALID;
     if (!OpenClipboard(NULL)) return "<busy>";
     if (HANDLE a = GetClipboardData(CF_TEXT)) lstrcpynA(ansi, (const char*)GlobalLock(a), sizeof ansi), GlobalUnlock(a);
     if (HANDLE w = GetClipboardData(CF_UNICODETEXT))
         WideCharToMultiByte(CP_UTF8, 0, (const wchar_t*)GlobalLock(w), -1, utf8, sizeof utf8, NULL, NULL), GlobalUnlock(w);
-    CloseClipboard();
-    return std::string(ansi) + " / " + utf8;
-}
-
-const COLORREF kProbeColour = RGB(200, 40, 60);
-
-// The clipboard's bitmap: its size, and whether its centre has the probe window's colour.
-std::string clipboard_picture() {
-    BITMAP info = {};
-    COLORREF centre = CLR_INVALID;
-    if (!OpenClipboard(NULL)) return "<busy>";
     HBITMAP bmp = (HBITMAP)GetClipboardData(CF_BITMAP);
     if (bmp && GetObjectA(bmp, sizeof info, &info)) {
         HDC dc = CreateCompatibleDC(NULL);
@@ -111,7 +110,8 @@ std::string clipboard_picture() {
         DeleteDC(dc);
     }
     CloseClipboard();
-    return std::to_string(info.bmWidth) + "x" + std::to_string(info.bmHeight) + (centre == kProbeColour ? " in its colour" : "");
+    return std::string(ansi) + " / " + utf8 + " / " + std::to_string(info.bmWidth) + "x" + std::to_string(info.bmHeight) +
+           (centre == kProbeColour ? " in its colour" : "");
 }
 
 std::string size_of(int width, int height) { return std::to_string(width) + "x" + std::to_string(height); }
@@ -248,11 +248,11 @@ TEST_F(Periphery, SoundsMediaAndNetworkAsTheSystemAnswers) {
 // fails with 1401 after a bounded wait.
 TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
     check({
-        {__LINE__, "r = ClipPut(\"hello\")", "1 hello / hello", clipboard_texts},
-        {__LINE__, "r = ClipPut(\"\")", "1  / ", clipboard_texts},
-        {__LINE__, "r = ClipPut(StrCat(\"a\", Num2Char(13), Num2Char(10), \"b\", Num2Char(10)))", "1 a\r\nb\n / a\r\nb\n", clipboard_texts},
-        {__LINE__, "r = ClipPut(StrCat(\"caf\", Num2Char(233)))", "1 caf\xe9 / caf\xc3\xa9", clipboard_texts},
-        {__LINE__, "ClipPut(\"one\")\r\nr = ClipAppend(\" two\")", "1 one two / one two", clipboard_texts},
+        {__LINE__, "r = ClipPut(\"hello\")", "1 hello / hello / 0x0", clipboard},
+        {__LINE__, "r = ClipPut(\"\")", "1  /  / 0x0", clipboard},
+        {__LINE__, "r = ClipPut(StrCat(\"a\", Num2Char(13), Num2Char(10), \"b\", Num2Char(10)))", "1 a\r\nb\n / a\r\nb\n / 0x0", clipboard},
+        {__LINE__, "r = ClipPut(StrCat(\"caf\", Num2Char(233)))", "1 caf\xe9 / caf\xc3\xa9 / 0x0", clipboard},
+        {__LINE__, "ClipPut(\"one\")\r\nr = ClipAppend(\" two\")", "1 one two / one two / 0x0", clipboard},
     });
     struct { int line; const wchar_t* put; const char* script; const char* got; } rows[] = {
         {__LINE__, L"from outside", "r = ClipGet()", "from outside"},
@@ -285,9 +285,9 @@ TEST_F(Periphery, SnapShotOfScreenWindowAndClientAreaAtTheirSizes) {
     GetClientRect(w, &client);
     put_wide(nullptr);
     check({
-        {__LINE__, "r = SnapShot(0)", "1 " + size_of(cx, cy) + " in its colour", clipboard_picture},
-        {__LINE__, "r = SnapShot(1)", "1 " + size_of(win.right - win.left, win.bottom - win.top) + " in its colour", clipboard_picture},
-        {__LINE__, "r = SnapShot(2)", "1 " + size_of(client.right, client.bottom) + " in its colour", clipboard_picture},
+        {__LINE__, "r = SnapShot(0)", "1  /  / " + size_of(cx, cy) + " in its colour", clipboard},
+        {__LINE__, "r = SnapShot(1)", "1  /  / " + size_of(win.right - win.left, win.bottom - win.top) + " in its colour", clipboard},
+        {__LINE__, "r = SnapShot(2)", "1  /  / " + size_of(client.right, client.bottom) + " in its colour", clipboard},
         {__LINE__, "r = SnapShot(3)", "error 2431"},
     });
     DestroyWindow(w);
@@ -301,13 +301,7 @@ TEST_F(Periphery, SnapShotOfScreenWindowAndClientAreaAtTheirSizes) {
 // the system sees them (those of another context: Periphery.ShutdownGivesBack...).
 TEST_F(Periphery, RegistryScriptsAndWin32SeeTheSameKeysAndValues) {
     std::string base = "Software\\TSLTest-" + std::to_string(GetCurrentProcessId());
-    auto value = [&](std::string sub, const char* name) {
-        return [=] {
-            char buf[300] = "";
-            DWORD size = sizeof buf;
-            return RegGetValueA(HKEY_CURRENT_USER, (base + sub).c_str(), name, RRF_RT_REG_SZ, NULL, buf, &size) ? "<none>" : std::string(buf);
-        };
-    };
+    auto value = [&](std::string sub, const char* name) { return [=] { return reg_text(base + sub, name); }; };
     std::string types = base + "\\types";
     DWORD number = 4000000000u;
     RegSetKeyValueA(HKEY_CURRENT_USER, types.c_str(), "dword", REG_DWORD, &number, 4);
