@@ -38,6 +38,7 @@ TEST_F(Extender, AcceptedCommandsAndRefusedDefinitions) {
         {__LINE__, "Echo(@extconst)", "-314159\n"},
         {__LINE__, "Echo(extnamefourtn())", "6\n"},
         {__LINE__, "Echo(extlast())", "8\n"},
+        {__LINE__, "Echo(extfive(1, \"b\", 3, \"d\", \"e\"))", "1,b,3,d,e\n"},   // five arguments, all texts
         {__LINE__, "extsix = 5\r\nEcho(extsix)", "5\n"},  // the refused slot is empty: a plain variable
         {__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(1) "\r\n" INTCONTROL_10(2), "1\n42\n100010205\n"},
         {__LINE__, INTCONTROL_10(3) "\r\n" INTCONTROL_10(4), test_ext + "\n0\n"},

@@ -1,8 +1,6 @@
-// The periphery functions against the real system, each row a script whose
-// answer is compared with what Win32 says: message boxes, the mouse, the key
-// state (KeyToggleSet presses keys with keybd_event, so this program runs
-// alone), EndSession, the wallpaper and program icons, sounds, media and the
-// network, the clipboard and SnapShot, the registry, automation objects.
+// The periphery functions against the real system: each row a script whose
+// answer, and what Win32 reads afterwards, make one text. KeyToggleSet
+// presses keys with keybd_event, so this program runs alone.
 #include "host_harness.h"
 #include <mmsystem.h>
 #include <winnetwk.h>
@@ -241,11 +239,10 @@ TEST_F(Periphery, SoundsMediaAndNetworkAsTheSystemAnswers) {
     host.unlock();
 }
 
-// ClipPut and ClipAppend leave the same text in the ANSI and the Unicode
-// format, line ends and code-page characters as they were; text that another
-// program put in the Unicode format only is read as ANSI and extended by
-// ClipAppend; an empty clipboard reads as ""; one held open by another window
-// fails with 1401 after a bounded wait.
+// ClipPut and ClipAppend leave the same text in both formats, line ends and
+// code-page characters as they were, cut at 32,000 bytes; text put in the
+// Unicode format only by another program is read as ANSI and extended; an
+// empty clipboard reads as ""; one held open by another window fails with 1401.
 TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
     check({
         {__LINE__, "r = ClipPut(\"hello\")", "1 hello / hello / 0x0", clipboard},
@@ -253,6 +250,7 @@ TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
         {__LINE__, "r = ClipPut(StrCat(\"a\", Num2Char(13), Num2Char(10), \"b\", Num2Char(10)))", "1 a\r\nb\n / a\r\nb\n / 0x0", clipboard},
         {__LINE__, "r = ClipPut(StrCat(\"caf\", Num2Char(233)))", "1 caf\xe9 / caf\xc3\xa9 / 0x0", clipboard},
         {__LINE__, "ClipPut(\"one\")\r\nr = ClipAppend(\" two\")", "1 one two / one two / 0x0", clipboard},
+        {__LINE__, "ClipPut(StrFill(\"a\", 31990))\r\nClipAppend(StrFill(\"b\", 20))\r\nr = StrLen(ClipGet())", "32000"},
     });
     struct { int line; const wchar_t* put; const char* script; const char* got; } rows[] = {
         {__LINE__, L"from outside", "r = ClipGet()", "from outside"},
@@ -293,12 +291,10 @@ TEST_F(Periphery, SnapShotOfScreenWindowAndClientAreaAtTheirSizes) {
     DestroyWindow(w);
 }
 
-// The Reg* functions on the real registry, under a test key of
-// HKEY_CURRENT_USER made and removed here: what scripts write Win32 reads
-// and the other way round, values of other types read as the language's
-// text, subkeys listed by index ("" past the last); missing keys and values
-// are minor errors, numbers that are no open key are refused as fatal before
-// the system sees them (those of another context: Periphery.ShutdownGivesBack...).
+// The Reg* functions under a test key of HKEY_CURRENT_USER: what scripts write
+// Win32 reads and the other way round, other types read as text, subkeys by
+// index ("" past the last); missing keys and values are minor errors, numbers
+// of no open key fatal (of another context: Periphery.ShutdownGivesBack...).
 TEST_F(Periphery, RegistryScriptsAndWin32SeeTheSameKeysAndValues) {
     std::string base = "Software\\TSLTest-" + std::to_string(GetCurrentProcessId());
     auto value = [&](std::string sub, const char* name) { return [=] { return reg_text(base + sub, name); }; };

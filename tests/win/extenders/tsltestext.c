@@ -23,6 +23,7 @@ static const struct { long kind; long value; const char* name; } kCommands[] = {
     {TSL_KIND_FUNCTION, 0, "extnamefourtn"},  /* 6: 13 characters, accepted; answers 6 */
     {TSL_KIND_FUNCTION, 0, "extnamefourtee"}, /* 7: 14 characters, refused */
     {TSL_KIND_FUNCTION, 0, "extlast"},        /* 8: answers 8 */
+    {TSL_KIND_FUNCTION, 5, "extfive"},        /* 9: its five arguments joined by "," */
 };
 #define COMMANDS ((long)(sizeof kCommands / sizeof kCommands[0]))
 
@@ -50,7 +51,7 @@ EXPORT long WINAPI COMEXT_GETNEWCOMMAND(HINSTANCE host, HINSTANCE interpreter, l
 EXPORT long WINAPI COMEXT_PROCESSCOMMAND(HWND main_window, LPARAM host_value, long magic, long command,
                                          TslAnswerProc answer, void* record, LPCSTR t1, LPCSTR t2,
                                          LPCSTR t3, LPCSTR t4, LPCSTR t5) {
-    (void)main_window; (void)host_value; (void)magic; (void)t3; (void)t4; (void)t5;
+    (void)main_window; (void)host_value; (void)magic;
     switch (command) {
     case 0: return answer(0, 0, record, 0, atol(t1) + atol(t2), NULL);
     case 1: return answer(0, 0, record, 1, 0, t1);
@@ -63,6 +64,11 @@ EXPORT long WINAPI COMEXT_PROCESSCOMMAND(HWND main_window, LPARAM host_value, lo
         return answer(0, 0, record, 1, 0, text);
     }
     case 6: case 8: return answer(0, 0, record, 0, command, NULL);
+    case 9: {
+        char joined[1300];
+        snprintf(joined, sizeof joined, "%s,%s,%s,%s,%s", t1, t2, t3, t4, t5);
+        return answer(0, 0, record, 1, 0, joined);
+    }
     default: return -3;
     }
 }
