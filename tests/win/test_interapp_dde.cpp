@@ -1,7 +1,7 @@
 // The DDE client functions against Wine's program-manager server "Progman"
 // and a DDEML server of the tests' own on a thread of this program (the
 // fixture): services "TslTestServer" and "TslTestServer2" to "11" (Wine's
-// DDEML gives a client one conversation per service), topic "Test". It
+// DDEML gives a client one conversation per service), any topic. It
 // misbehaves on purpose:
 //   execute "[refuse]" refused; "[slow]" answered after 1.5 s; "[bye]" taken, then it hangs up
 //   request "secret" refused; "slow" answered after 1.5 s; "big" 70,000 characters; "log" the
@@ -36,38 +36,31 @@ protected:
 
 private:
     static const UINT kHangUp = WM_APP + 1;
-    HDDEDATA answer(HSZ item, const std::string& s) {
-        return DdeCreateDataHandle(inst_, (LPBYTE)s.c_str(), (DWORD)s.size() + 1, 0, item, CF_TEXT, 0);
-    }
-    HDDEDATA on(UINT type, HCONV conv, HSZ topic, HSZ item, HDDEDATA data) {
-        char topic_name[300] = "", item_name[300] = "", sent[300] = "";
-        DdeQueryStringA(inst_, topic, topic_name, sizeof topic_name, CP_WINANSI);
-        DdeQueryStringA(inst_, item, item_name, sizeof item_name, CP_WINANSI);
+    HDDEDATA on(UINT type, HCONV conv, HSZ item, HDDEDATA data) {
+        char name[300] = "", sent[300] = "";
+        DdeQueryStringA(inst_, item, name, sizeof name, CP_WINANSI);
         if (data) DdeGetData(data, (LPBYTE)sent, sizeof sent - 1, 0);
-        std::string name = item_name, cmd = sent;
+        std::string what = type == XTYP_EXECUTE ? sent : name, answer;
+        if (what == "[slow]" || what == "slow") Sleep(1500);
         switch (type) {
-        case XTYP_CONNECT: return (HDDEDATA)(UINT_PTR)(strcmp(topic_name, "Test") == 0);
+        case XTYP_CONNECT: return (HDDEDATA)TRUE;
         case XTYP_CONNECT_CONFIRM: ++open_; return 0;
         case XTYP_DISCONNECT: --open_; return 0;
         case XTYP_EXECUTE:
-            if (cmd == "[refuse]") return (HDDEDATA)DDE_FNOTPROCESSED;
-            if (cmd == "[slow]") Sleep(1500);
-            if (cmd == "[bye]") PostThreadMessageA(thread_id_, kHangUp, 0, (LPARAM)conv);
-            last_ = cmd;
+            if (what == "[refuse]") return (HDDEDATA)DDE_FNOTPROCESSED;
+            if (what == "[bye]") PostThreadMessageA(thread_id_, kHangUp, 0, (LPARAM)conv);
+            last_ = what;
             return (HDDEDATA)DDE_FACK;
-        case XTYP_POKE: poked_[name] = sent; return (HDDEDATA)DDE_FACK;
+        case XTYP_POKE: poked_[what] = sent; return (HDDEDATA)DDE_FACK;
         case XTYP_REQUEST:
-            if (name == "secret") return 0;
-            if (name == "slow") Sleep(1500);
-            if (name == "big") return answer(item, std::string(70000, 'b'));
-            if (name == "log") return answer(item, last_);
-            return answer(item, poked_.count(name) ? poked_[name] : "value of " + name);
+            if (what == "secret") return 0;
+            answer = what == "big" ? std::string(70000, 'b') : what == "log" ? last_ : poked_.count(what) ? poked_[what] : "value of " + what;
+            return DdeCreateDataHandle(inst_, (LPBYTE)answer.c_str(), (DWORD)answer.size() + 1, 0, item, CF_TEXT, 0);
         default: return 0;
         }
     }
-    static HDDEDATA CALLBACK callback(UINT type, UINT, HCONV conv, HSZ topic, HSZ item, HDDEDATA data, ULONG_PTR,
-                                      ULONG_PTR) {
-        return self_->on(type, conv, topic, item, data);
+    static HDDEDATA CALLBACK callback(UINT type, UINT, HCONV conv, HSZ, HSZ item, HDDEDATA data, ULONG_PTR, ULONG_PTR) {
+        return self_->on(type, conv, item, data);
     }
     void serve() {
         self_ = this;
