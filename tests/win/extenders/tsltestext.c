@@ -20,9 +20,10 @@ static const struct { long kind; long value; const char* name; } kCommands[] = {
     {TSL_KIND_FUNCTION, 6, "extsix"},         /* 3: refused, six arguments */
     {TSL_KIND_FUNCTION, 2, "extfail"},        /* 4: answers code p1 with error text p2 */
     {TSL_KIND_FUNCTION, 1, "extbig"},         /* 5: a text of p1 characters; returns ViperAnswer's result */
-    {TSL_KIND_FUNCTION, 0, "extnamefourtn"},  /* 6: 13 characters, accepted */
+    {TSL_KIND_FUNCTION, 0, "extnamefourtn"},  /* 6: 13 characters, accepted; answers 6 */
     {TSL_KIND_FUNCTION, 0, "extnamefourtee"}, /* 7: 14 characters, refused */
     {TSL_KIND_FUNCTION, 0, "extlast"},        /* 8: answers 8 */
+    {TSL_KIND_FUNCTION, 5, "extfive"},        /* 9: its five arguments joined by "," */
 };
 #define COMMANDS ((long)(sizeof kCommands / sizeof kCommands[0]))
 
@@ -50,25 +51,24 @@ EXPORT long WINAPI COMEXT_GETNEWCOMMAND(HINSTANCE host, HINSTANCE interpreter, l
 EXPORT long WINAPI COMEXT_PROCESSCOMMAND(HWND main_window, LPARAM host_value, long magic, long command,
                                          TslAnswerProc answer, void* record, LPCSTR t1, LPCSTR t2,
                                          LPCSTR t3, LPCSTR t4, LPCSTR t5) {
-    (void)main_window; (void)host_value; (void)magic; (void)t3; (void)t4; (void)t5;
+    (void)main_window; (void)host_value; (void)magic;
     switch (command) {
     case 0: return answer(0, 0, record, 0, atol(t1) + atol(t2), NULL);
     case 1: return answer(0, 0, record, 1, 0, t1);
-    case 4: {
-        long code = atol(t1);
-        return *t2 ? answer(code, 0, record, 1, 0, t2) : answer(code, 0, record, 0, 0, NULL);
-    }
+    case 4: return answer(atol(t1), 0, record, *t2 ? 1 : 0, 0, *t2 ? t2 : NULL);
     case 5: {
-        long n = atol(t1), r;
-        char* text = (char*)malloc((size_t)n + 1);
+        static char text[8192];
+        long n = atol(t1) < (long)sizeof text ? atol(t1) : (long)sizeof text - 1;
         memset(text, 'x', (size_t)n);
         text[n] = 0;
-        r = answer(0, 0, record, 1, 0, text);
-        free(text);
-        return r;
+        return answer(0, 0, record, 1, 0, text);
     }
-    case 6: return answer(0, 0, record, 0, 6, NULL);
-    case 8: return answer(0, 0, record, 0, 8, NULL);
+    case 6: case 8: return answer(0, 0, record, 0, command, NULL);
+    case 9: {
+        char joined[1300];
+        snprintf(joined, sizeof joined, "%s,%s,%s,%s,%s", t1, t2, t3, t4, t5);
+        return answer(0, 0, record, 1, 0, joined);
+    }
     default: return -3;
     }
 }
