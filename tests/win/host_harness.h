@@ -1,7 +1,5 @@
-// The one fixture of the Windows tests: a host that loads TSLPR32I.dll by its
-// exports, attaches contexts (modes 0-3), runs scripts from strings, reads the
-// run services and collects Echo output; a user thread that reads and presses
-// every dialog box of this process; standard error, settings and file helpers.
+// The one fixture of the Windows tests: a host that loads TSLPR32I.dll by its exports, runs
+// scripts in contexts of its own; a user thread that reads and presses every dialog box.
 #pragma once
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -11,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,8 +22,7 @@ struct Dll {
     TslProcessDaBatBufferProc run = nullptr;
     TslDLLServicesProc services = nullptr;
     bool load(const char* path = "TSLPR32I.dll") {
-        module = LoadLibraryA(path);
-        if (!module) return false;
+        if (!(module = LoadLibraryA(path))) return false;
         init = (TslDoDaDllInitProc)(void*)GetProcAddress(module, "DoDaDllInit");
         run = (TslProcessDaBatBufferProc)(void*)GetProcAddress(module, "ProcessDaBatBuffer");
         services = (TslDLLServicesProc)(void*)GetProcAddress(module, "DLLServices");
@@ -45,6 +43,20 @@ inline std::string crlf(const std::vector<std::string>& lines) {
     std::string s;
     for (auto& l : lines) s += l + "\r\n";
     return s;
+}
+// Values joined by blanks, one comparison for a table row: joined("a", 1, 2) == "a 1 2".
+template <class... T> std::string joined(const T&... v) {
+    std::ostringstream s;
+    ((s << v << ' '), ...);
+    std::string r = s.str();
+    return r.substr(0, r.empty() ? 0 : r.size() - 1);
+}
+// A movable block holding `text` and its NUL, as hosts hand scripts over.
+inline HGLOBAL text_block(const std::string& text) {
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
+    memcpy(GlobalLock(block), text.c_str(), text.size() + 1);
+    GlobalUnlock(block);
+    return block;
 }
 
 // One interpreter context with its variable table and heap, started in modes 0..3
@@ -70,9 +82,7 @@ struct HostContext {
     }
     ~HostContext() {
         dll->init(GetModuleHandleA(NULL), ctx, 0, TSL_INIT_SHUTDOWN, 0, NULL, NULL);
-        GlobalFree(heap);
-        GlobalFree(vars);
-        GlobalFree(ctx);
+        for (HGLOBAL b : {heap, vars, ctx}) GlobalFree(b);
     }
     static long WINAPI echo_proc(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record, LPCSTR t1,
                                  LPCSTR, LPCSTR, LPCSTR, LPCSTR) {
@@ -81,13 +91,10 @@ struct HostContext {
     }
     static inline const TslKeywordRecord kEcho[] = {{0, TSL_KIND_FUNCTION, 1, 1, 4, "echo"}, {0, 0, 0, 0, 0, ""}};
 
-    // Runs a script text from a movable block; without a procedure of its own
-    // the host answers Echo.
+    // Runs a script text from a movable block; without a procedure of its own the host answers Echo.
     long run(const std::string& text, TslCommandProc proc = echo_proc, const TslKeywordRecord* table = kEcho,
              HWND owner = NULL) {
-        HGLOBAL script = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
-        memcpy(GlobalLock(script), text.c_str(), text.size() + 1);
-        GlobalUnlock(script);
+        HGLOBAL script = text_block(text);
         HostContext* saved = echoing;
         echoing = this;
         long r = dll->run(owner, ctx, script, proc, proc == echo_proc ? kEcho : table);
@@ -95,9 +102,7 @@ struct HostContext {
         GlobalFree(script);
         return r;
     }
-    LRESULT service(int code, LPARAM p1 = 0, LPARAM p2 = 0, LPARAM p3 = 0) {
-        return dll->services(ctx, code, p1, p2, p3);
-    }
+    LRESULT service(int code, LPARAM p1 = 0, LPARAM p2 = 0, LPARAM p3 = 0) { return dll->services(ctx, code, p1, p2, p3); }
     long error() { return (long)service(TSL_SERVICE_RUN_ERROR); }
     long result() { return (long)service(TSL_SERVICE_RUN_RESULT); }
     std::string get(const char* name) {
@@ -323,4 +328,11 @@ inline DWORD run_and_wait(std::string line) {
 // Runs a program of the build with arguments and waits for its exit status.
 inline DWORD run_program(const std::string& exe, const std::string& args) {
     return run_and_wait("\"" + build_dir() + "\\" + exe + "\" " + args);
+}
+
+// Polls `done` every 20 ms for at most `ms`; true once it holds.
+inline bool wait_until(const std::function<bool()>& done, DWORD ms = 10000) {
+    for (DWORD start = GetTickCount(); !done(); Sleep(20))
+        if (GetTickCount() - start > ms) return false;
+    return true;
 }

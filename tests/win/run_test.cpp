@@ -5,20 +5,19 @@ class Run : public DllTest {};
 
 TEST_F(Run, RunResultsTellHowTheRunEnded) {
     struct { int line; const char* script; long error, result; } rows[] = {
-        {__LINE__, "", 0, 1},                   // an empty run
-        {__LINE__, "a = 1\r\n", 0, 1},          // ran out of lines
-        {__LINE__, "exit\r\na = 2\r\n", 0, 0},  // Exit
-        {__LINE__, "return\r\n", 0, -1},        // Return
-        {__LINE__, "a = 1 +\r\n", 3061, 0},     // an error stops the run (console: no box)
+        {__LINE__, "", 0, 1}, {__LINE__, "a = 1\r\n", 0, 1},  // an empty run; ran out of lines
+        {__LINE__, "exit\r\na = 2\r\n", 0, 0}, {__LINE__, "return\r\n", 0, -1},
+        {__LINE__, "a = 1 +\r\n", 3061, 0},  // an error stops the run (console: no box)
     };
     HostContext host;
     g_dll.console(1);
     StderrCapture err;
     for (auto& r : rows) {
-        EXPECT_EQ(1, host.run(r.script)) << "row at line " << r.line;
-        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
-        EXPECT_EQ(r.result, host.result()) << "row at line " << r.line;
-        EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_BREAK)) << "row at line " << r.line;
+        SCOPED_TRACE(r.line);
+        EXPECT_EQ(1, host.run(r.script));
+        EXPECT_EQ(r.error, host.error());
+        EXPECT_EQ(r.result, host.result());
+        EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_BREAK));
     }
     g_dll.console(0);
     EXPECT_NE(std::string::npos, err.text().find("error 3061")) << err.text();
@@ -37,8 +36,7 @@ TEST_F(Run, VariableServicesWorkBetweenRuns) {
     EXPECT_EQ(0, host.service(TSL_SERVICE_GET_VAR, 0, (LPARAM)small, 4));
     EXPECT_EQ(0, host.service(999));
     EXPECT_EQ(0, g_dll.services(NULL, TSL_SERVICE_IDENT, (LPARAM) "x", 0, 0)) << "no context";
-    // Outside a run the blocks are unlocked again.
-    tsl::Context* c = host.lock();
+    tsl::Context* c = host.lock();  // outside a run the blocks are unlocked again
     EXPECT_EQ(nullptr, c->vars);
     EXPECT_EQ(nullptr, c->heap);
     host.unlock();
@@ -106,12 +104,10 @@ TEST_F(Run, RunStartedByAHostCommandGivesTheOuterRunItsStateBack) {
     static const TslKeywordRecord table[] = {{0, TSL_KIND_FUNCTION, 1, 1, 5, "inner"}, {0, 0, 0, 0, 0, ""}};
     HostContext host;
     g_nesting_host = &host;
-    host.service(TSL_SERVICE_CONSOLE, 1);   // a failure reports on standard error, no box waits
-    // The outer statement goes on after the command (+ 10), and its IF
-    // result survives the inner run's (else is skipped).
+    host.service(TSL_SERVICE_CONSOLE, 1);  // a failure reports on standard error, no box waits
+    // The outer statement goes on after the command (+ 10), and its IF result survives the inner run's.
     EXPECT_EQ(1, host.run("a = 1\r\nb = 2\r\nif a == 1 then ok = Inner(\"if a == 5 then b = 7\") + 10\r\n"
-                          "else ok = 99\r\nc = b + ok\r\nd = StrCat(\"x\", c)\r\n",
-                          nesting_proc, table));
+                          "else ok = 99\r\nc = b + ok\r\nd = StrCat(\"x\", c)\r\n", nesting_proc, table));
     EXPECT_EQ(0, host.error());
     EXPECT_EQ("x13", host.get("d")) << "b 2, ok 1 + 10";
     tsl::Context* c = host.lock();
@@ -129,40 +125,31 @@ static LRESULT CALLBACK counting_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
     return DefWindowProcA(w, msg, wp, lp);
 }
 
-TEST_F(Run, PumpDispatchesTheHostsMessagesAndLeavesWmQuitToTheHost) {
+// The pump dispatches the host's messages and leaves WM_QUIT to the host; the
+// owner is stored at every run, the main window at the first.
+TEST_F(Run, PumpOwnerAndMainWindow) {
     HWND w = test_window("tsl_counting", counting_proc, "", 0, 10, 10);
-    ASSERT_NE(nullptr, w);
+    HWND child = CreateWindowA("STATIC", "child", WS_CHILD, 0, 0, 10, 10, w, NULL, NULL, NULL);
+    ASSERT_NE(nullptr, child);
     HostContext host;
     g_user_messages = 0;
     for (int i = 0; i < 5; ++i) PostMessageA(w, WM_USER + 7, 0, 0);
-    EXPECT_EQ(1, host.run("a = 1\r\n"));
+    EXPECT_EQ(1, host.run("a = 1\r\n", HostContext::echo_proc, nullptr, child));
     EXPECT_EQ(5, g_user_messages) << "messages posted before the run were not dispatched";
     PostQuitMessage(3);
-    EXPECT_EQ(1, host.run("a = 2\r\n"));
+    EXPECT_EQ(1, host.run("a = 2\r\n", HostContext::echo_proc, nullptr, w));
     MSG msg;
     ASSERT_TRUE(PeekMessageA(&msg, NULL, WM_QUIT, WM_QUIT, PM_REMOVE)) << "WM_QUIT was swallowed";
     EXPECT_EQ(3u, msg.wParam);
     EXPECT_EQ("2", host.get("a"));
-    DestroyWindow(w);
-}
-
-TEST_F(Run, OwnerAndMainWindowAreStored) {
-    HostContext host;
-    HWND parent = CreateWindowA("STATIC", "parent", WS_OVERLAPPED, 0, 0, 50, 50, NULL, NULL, NULL, NULL);
-    HWND child = CreateWindowA("STATIC", "child", WS_CHILD, 0, 0, 10, 10, parent, NULL, NULL, NULL);
-    ASSERT_NE(nullptr, child);
-    EXPECT_EQ(1, host.run("a = 1\r\n", HostContext::echo_proc, nullptr, child));
-    EXPECT_EQ(1, host.run("a = 2\r\n", HostContext::echo_proc, nullptr, parent));
     tsl::Context* c = host.lock();
-    EXPECT_EQ(parent, c->owner);
+    EXPECT_EQ(w, c->owner);
     EXPECT_EQ(nullptr, c->owner_parent);
     EXPECT_EQ(child, c->main_window) << "the main window is set by the first run only";
     EXPECT_EQ(c->arrow_cursor, c->current_cursor) << "the arrow cursor after the run";
     host.unlock();
-    DestroyWindow(parent);
+    DestroyWindow(w);
 }
-
-// --- the heap helpers for extenders ---
 
 TEST_F(Run, VMallocAndVFreeWorkOnTheHostsHeap) {
     auto vmalloc = (unsigned short(WINAPI*)(void*, unsigned long))(void*)GetProcAddress(g_dll.module, "VMalloc");
@@ -183,8 +170,6 @@ TEST_F(Run, VMallocAndVFreeWorkOnTheHostsHeap) {
     EXPECT_NE(0, vmalloc(heap, 3000)) << "freed neighbours were not merged";
     GlobalUnlock(host.heap);
 }
-
-// --- script files loaded by Call: as given, then along PATH ---
 
 TEST_F(Run, CallFindsFilesAsGivenThenAlongPath) {
     TempDir dir("tslsearch");
