@@ -6,6 +6,7 @@
 class FilesHost : public DllTest {
 protected:
     TempDir dir{"tslfiles"};
+    HostContext host;
     std::string at(const std::string& name) { return dir.at(name); }
 };
 
@@ -29,13 +30,11 @@ TEST_F(FilesHost, PipeWithoutDataIsReadAgainLater) {
     HANDLE pipe = CreateNamedPipeA(name.c_str(), PIPE_ACCESS_DUPLEX, PIPE_TYPE_BYTE | PIPE_WAIT, 1, 4096, 4096, 0, NULL);
     ASSERT_NE(INVALID_HANDLE_VALUE, pipe);
     HANDLE server = CreateThread(NULL, 0, pipe_server, pipe, 0, NULL);
-    HostContext host;
     host.run(crlf({"h = FileOpen(\"" + name + "\", \"PIPE\")", "Echo(FileRead(h))", "FileWrite(h, \"go\")", "Delay(1)",
                    "Echo(FileRead(h))", "Echo(FileRead(h))", "Echo(FileRead(h))", "FileWrite(h, \"more\")", "Delay(1)",
                    "Echo(FileRead(h))", "FileClose(h)"}));
-    EXPECT_EQ(0, host.error());
     // nothing yet: "*EOF*"; a partial line when the data stops; read again after "no data"
-    EXPECT_EQ("*EOF*\none\ntw\n*EOF*\no\n", host.out);
+    EXPECT_EQ("0 *EOF*\none\ntw\n*EOF*\no\n", joined(host.error(), host.out));
     WaitForSingleObject(server, 5000);
     CloseHandle(server);
     CloseHandle(pipe);
@@ -53,13 +52,9 @@ static long WINAPI itemize_host(HWND, LPARAM, long, long command, TslAnswerProc 
 TEST_F(FilesHost, EmptyItemizeAsksTheHost) {
     const TslKeywordRecord table[] = {
         {0, TSL_KIND_FUNCTION, 1, 1, 4, "echo"}, {1, TSL_KIND_FUNCTION, 1, 1, 11, "itemizenull"}, {0, 0, 0, 0, 0, ""}};
-    HostContext host;
     g_itemize_args.clear();
     host.run("f = FileItemize(\"\")\r\nd = DirItemize(\"\")\r\n", itemize_host, table);
-    EXPECT_EQ(0, host.error());
-    EXPECT_EQ("from host ", host.get("f"));
-    EXPECT_EQ("dirs from host ", host.get("d"));
-    EXPECT_EQ("01", g_itemize_args);
+    EXPECT_EQ("0 | from host  | dirs from host  | 01", joined(host.error(), "|", host.get("f"), "|", host.get("d"), "|", g_itemize_args));
     host.run("Echo(FileItemize(\"\"))\r\n");  // a host without the command: empty
     EXPECT_EQ("\n", host.out);
 }
@@ -69,7 +64,6 @@ TEST_F(FilesHost, EmptyItemizeAsksTheHost) {
 TEST_F(FilesHost, ItemizeConvertsOemToAnsi) {
     if (GetACP() != 1252 || GetOEMCP() != 437) GTEST_SKIP() << "needs code pages 1252 and 437";
     write_file(at("\x82.txt"), "x");
-    HostContext host;
     host.run("Echo(FileItemize(\"" + at("*.txt") + "\"))\r\n");
     EXPECT_EQ("\xE9.txt \n", host.out);
 }
@@ -79,13 +73,11 @@ TEST_F(FilesHost, LinesAcrossReadAheadBlocks) {
     std::string data;
     for (int i = 0; i < 200; i++) data += std::string(1000, (char)('a' + i % 26)) + "\r\n";
     write_file(at("big.txt"), data + std::string(3000, 'z'));  // no final CR: pieces of 1258, 1258, 484
-    HostContext host;
     host.run(crlf({"Exclusive(1)", "h = FileOpen(\"" + at("big.txt") + "\", \"READ\")", "n = 0", "bad = 0", ":loop",
                    "l = FileRead(h)", "if l == \"*EOF*\" then goto done", "n = n + 1", "last = StrLen(l)",
                    "if n > 200 then goto loop", "if last != 1000 then bad = bad + 1", "goto loop", ":done",
-                   "FileClose(h)", "Echo(n)", "Echo(bad)", "Echo(last)"}));
-    EXPECT_EQ(0, host.error());
-    EXPECT_EQ("203\n0\n484\n", host.out);
+                   "FileClose(h)", "Echo(StrCat(n, \" \", bad, \" \", last))"}));
+    EXPECT_EQ("0 203 0 484\n", joined(host.error(), host.out));
 }
 
 // FileAppend copies every byte (NULs and Ctrl+Z included) in 32 KiB blocks.
@@ -94,11 +86,9 @@ TEST_F(FilesHost, AppendCopiesAllBytesInBlocks) {
     for (int i = 0; i < 100000; i++) source += (char)(i * 7 % 256);
     write_file(at("src.bin"), source);
     write_file(at("dst.bin"), "head");
-    HostContext host;
     host.run("Echo(FileAppend(\"" + at("src.bin") + "\", \"" + at("dst.bin") + "\"))\r\n");
     EXPECT_EQ("1\n", host.out);
-    EXPECT_TRUE(read_file(at("dst.bin")) == "head" + source);
-    EXPECT_TRUE(read_file(at("src.bin")) == source);
+    EXPECT_TRUE(read_file(at("dst.bin")) == "head" + source && read_file(at("src.bin")) == source);
 }
 
 // IniWrite announces the changed section to the top-level windows; the private file announces nothing.
@@ -112,12 +102,9 @@ TEST_F(FilesHost, IniWriteAnnouncesTheSection) {
     HWND listener = test_window("tslfiles_listener", listener_proc, "listener", WS_OVERLAPPED, 10, 10);
     ASSERT_TRUE(listener != NULL);
     g_announced.clear();
-    HostContext host;
     host.run(crlf({"Echo(IniWrite(\"TSL Announce Test\", \"k\", \"v\"))",
                    "IniWritePvt(\"Private\", \"k\", \"v\", \"" + at("p.ini") + "\")",
                    "Echo(IniRead(\"TSL Announce Test\", \"k\", \"\"))", "IniDelete(\"TSL Announce Test\", @wholesection)"}));
-    EXPECT_EQ(0, host.error());
-    EXPECT_EQ("1\nv\n", host.out);
-    EXPECT_EQ("TSL Announce Test;", g_announced);
+    EXPECT_EQ("0 1\nv\n TSL Announce Test;", joined(host.error(), host.out, g_announced));
     DestroyWindow(listener);
 }
