@@ -107,8 +107,7 @@ struct HostContext {
     long result() { return (long)service(TSL_SERVICE_RUN_RESULT); }
     std::string get(const char* name) {
         char buf[300] = "";
-        if (!service(TSL_SERVICE_GET_VAR, (LPARAM)name, (LPARAM)buf, sizeof buf)) return "<undefined>";
-        return buf;
+        return service(TSL_SERVICE_GET_VAR, (LPARAM)name, (LPARAM)buf, sizeof buf) ? buf : "<undefined>";
     }
     tsl::Context* lock() { return (tsl::Context*)GlobalLock(ctx); }  // white-box view until unlock()
     void unlock() { GlobalUnlock(ctx); }
@@ -145,8 +144,7 @@ struct SettingOverride {
     SettingOverride(const char* s, const char* k, const char* value) : section(s), key(k) {
         char buf[300];
         GetPrivateProfileStringA(s, k, "\x01", buf, sizeof buf, "TSLPROCS.INI");
-        had = strcmp(buf, "\x01") != 0;
-        old = buf;
+        had = strcmp(buf, "\x01") != 0, old = buf;
         WritePrivateProfileStringA(s, k, value, "TSLPROCS.INI");
     }
     ~SettingOverride() { WritePrivateProfileStringA(section.c_str(), key.c_str(), had ? old.c_str() : NULL, "TSLPROCS.INI"); }
@@ -220,14 +218,11 @@ private:
             if (s.found) {
                 Sleep(50);  // let the box finish painting its controls
                 SeenBox b;
-                b.window = s.found;
                 char caption[300] = "";
                 GetWindowTextA(s.found, caption, sizeof caption);
-                b.caption = caption;
+                b.window = s.found, b.caption = caption, b.owner = GetWindow(s.found, GW_OWNER);
                 EnumChildWindows(s.found, child, (LPARAM)&b);
-                b.ok = GetDlgItem(s.found, IDOK) != NULL;
-                b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
-                b.owner = GetWindow(s.found, GW_OWNER);
+                b.ok = GetDlgItem(s.found, IDOK) != NULL, b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
                 { std::lock_guard<std::mutex> lock(mutex_); seen_.push_back(b); }
                 int id = answer_(b);
                 if (id >= 0) PostMessageA(s.found, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), (LPARAM)GetDlgItem(s.found, id));
@@ -282,10 +277,7 @@ inline HWND test_window(const char* cls, WNDPROC proc, const char* title, DWORD 
     return CreateWindowA(cls, title, style, 0, 0, width, height, NULL, NULL, wc.hInstance, NULL);
 }
 
-inline void write_file(const std::string& path, const std::string& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
-
+inline void write_file(const std::string& path, const std::string& data) { std::ofstream(path, std::ios::binary) << data; }
 inline std::string read_file(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<missing>";
