@@ -47,6 +47,10 @@ extern "C" {
                                         p1 = 0: destroys window p2 */
 #define TSL_SERVICE_ENCODED_ONLY 130 /* p1 = 1 on, 0 off, -1 ask: only encoded script and menu files
                                         load (Call, menus); result: the state before the call */
+#define TSL_SERVICE_MENU_FAULT 131   /* p1 = 505-507, 513, 516-518, 523-525: the next menu call that reaches
+                                        that message's step fails there with it (process-wide, the
+                                        context may be NULL); p1 = 0 clears; result 1, or 0 for another
+                                        number */
 
 /* Menu files (LoadStandardMenu and the other menu entries) */
 #define TSL_MENU_PATH_MAX 280            /* characters of a menu file's path in its load record */

@@ -76,6 +76,8 @@ if [ ${#missing[@]} -gt 0 ]; then
         [ ${#pins[@]} -gt 0 ] || { echo "install-deps: apt could not install ${missing[*]}" >&2; exit 1; }
         "${install[@]}" --allow-downgrades "${missing[@]}" "${pins[@]}" </dev/null
     fi
+    # The downloaded packages are not needed again (Wine's alone are about 2 GB).
+    apt-get clean
 fi
 
 # Code page 932 under Wine needs a Japanese locale on the Linux side.

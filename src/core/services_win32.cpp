@@ -6,6 +6,7 @@
 #include "bounded.h"
 #include "vars.h"
 #include "../interapp/dde_debug_window.h"
+#include "../menus/menu_fault.h"
 
 using namespace tsl;
 
@@ -86,6 +87,8 @@ extern "C" LRESULT WINAPI DLLServices(HGLOBAL context, int code, LPARAM p1, LPAR
         plat_set_console_mode(p1 != 0);
         return 1;
     }
+    if (code == TSL_SERVICE_MENU_FAULT)  // process-wide too
+        return p1 >= 0 && p1 < 1000 && menu_fault_request((unsigned)p1);
     Context* ctx = context ? (Context*)GlobalLock(context) : nullptr;
     if (!ctx) return 0;
     LRESULT r = service(ctx, code, p1, p2, p3);

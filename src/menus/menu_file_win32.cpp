@@ -1,7 +1,9 @@
 // The menu entries' shared parts: context hold, message boxes, description
-// names and the whole-file read.
+// names, the whole-file read and the requested failures.
 #include "menu_file_win32.h"
+#include <atomic>
 #include <cstdio>
+#include "menu_fault.h"
 #include "core/bounded.h"
 #include "core/messages.h"
 
@@ -9,6 +11,19 @@ namespace tsl {
 
 namespace {
 const DWORD READ_STEP = 32767;   // bytes of one read
+std::atomic<unsigned> g_fault{0};   // the message of the armed step, or 0
+}
+
+bool menu_fault_request(unsigned number) {
+    static const unsigned steps[] = {0, 505, 506, 507, 513, 516, 517, 518, 523, 524, 525};
+    for (unsigned step : steps)
+        if (step == number) { g_fault.store(number); return true; }
+    return false;
+}
+
+bool menu_fault(unsigned number) {
+    unsigned armed = number;
+    return g_fault.load(std::memory_order_relaxed) == number && g_fault.compare_exchange_strong(armed, 0);
 }
 
 MenuCall::MenuCall(HGLOBAL block) : block_(block) {
@@ -68,8 +83,9 @@ unsigned menu_read(HANDLE file, const MenuReadErrors& errors, bool encoded_only,
     unsigned error = 0;
     if (size == INVALID_FILE_SIZE && GetLastError() != NO_ERROR) error = errors.io;
     else if (high || size >= MENU_FILE_LIMIT) error = MENU_TOO_BIG;
-    else if (!(out->block = GlobalAlloc(GMEM_MOVEABLE, size + 1))) error = errors.alloc;
-    else if (!(out->text = (char*)GlobalLock(out->block))) error = errors.lock;
+    else if (menu_fault(errors.alloc) || !(out->block = GlobalAlloc(GMEM_MOVEABLE, size + 1))) error = errors.alloc;
+    else if (menu_fault(errors.lock) || !(out->text = (char*)GlobalLock(out->block))) error = errors.lock;
+    else if (menu_fault(errors.io)) error = errors.io;
     for (DWORD done = 0; !error && done < size;) {
         DWORD got = 0, step = size - done < READ_STEP ? size - done : READ_STEP;
         if (!ReadFile(file, out->text + done, step, &got, NULL) || got == 0) error = errors.io;

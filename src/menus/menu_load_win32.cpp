@@ -6,6 +6,7 @@
 // caption; what was built so far stays built. Items get consecutive ids
 // from first_id in file order, hidden items included.
 #include "menu_file_win32.h"
+#include "menu_fault.h"
 #include "menu_walk.h"
 #include "core/bounded.h"
 #include "core/vars.h"
@@ -48,7 +49,7 @@ struct Builder : MenuVisitor {
     }
 
     unsigned popup_open(const MenuTitle& t) override {
-        HMENU popup = CreatePopupMenu();
+        HMENU popup = menu_fault(POPUP_ERROR_BASE + (unsigned)t.level) ? NULL : CreatePopupMenu();
         if (!popup) return POPUP_ERROR_BASE + (unsigned)t.level;
         menus[t.level] = popup;
         return 0;
@@ -101,8 +102,8 @@ HMENU load(Context* ctx, HWND owner, WORD first_id, WORD last_allowed, TslMenuRe
         return NULL;
     }
     HMENU menu = target;
-    if (target == TSL_MENU_NEW_POPUP) menu = CreatePopupMenu();
-    else if (target == TSL_MENU_NEW_BAR) menu = CreateMenu();
+    if (target == TSL_MENU_NEW_POPUP || target == TSL_MENU_NEW_BAR)
+        menu = menu_fault(513) ? NULL : target == TSL_MENU_NEW_POPUP ? CreatePopupMenu() : CreateMenu();
     if (!menu) { menu_box(ctx, owner, caption, 513); return NULL; }
 
     Builder builder(ctx, menu, target != TSL_MENU_NEW_POPUP, last_allowed, rec->set_number, keys);

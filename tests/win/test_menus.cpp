@@ -316,6 +316,74 @@ TEST_F(Menus, SearchMessagesAndTheReloadAnswer) {
     }
 }
 
+// The failures a healthy machine never shows, each requested once with
+// DLLServices 131, and a real read failure (a record naming a pipe, whose
+// size cannot be asked): the box, the answer, what a host's menu keeps (a
+// load keeps the entries it had finished), and the same call working again.
+TEST_F(Menus, RequestedFailuresShowTheirMessageOnceAndKeepWhatWasBuilt) {
+    const std::string text = "A\r\n\tx\r\nB\r\n C\r\n  D\r\n   E\r\n\tx\r\n";
+    const std::string whole = "100 A\n[B]\n  [C]\n    [D]\n      101 E\n";
+    enum { HOST = -1, POPUP = 0, BAR = 1 };   // the load's target: the host's menu or a new one
+    struct { int line; LPARAM fault; int target; bool search; std::string box, kept; } rows[] = {
+        {__LINE__, 505, HOST, false, "Could not allocate menu build workarea", ""},
+        {__LINE__, 506, HOST, false, "Could not lock menu build workarea", ""},
+        {__LINE__, 507, HOST, false, "File I/O error reading menu file", ""},
+        {__LINE__, 513, BAR, false, "Could not create menu bar", ""},
+        {__LINE__, 513, POPUP, false, "Could not create menu bar", ""},
+        {__LINE__, 516, HOST, false, "First level popup menu creation failed.", "100 A\n"},
+        {__LINE__, 517, HOST, false, "Second level popup menu creation failed.", "100 A\n"},
+        {__LINE__, 518, HOST, false, "Third level popup menu creation failed.", "100 A\n"},
+        {__LINE__, 523, HOST, true, "Could not allocate menu scan workarea -- Low on menory?", whole},
+        {__LINE__, 524, HOST, true, "Could not lock menu scan workarea", whole},
+        {__LINE__, 525, HOST, true, "File I/O error scanning menu file", whole},
+        {__LINE__, 0, HOST, true, "File I/O error scanning menu file", whole},   // the pipe
+    };
+    const char* pipe_name = "\\\\.\\pipe\\tslmenutest";
+    for (auto& r : rows) {
+        HMENU mine = CreateMenu();
+        ASSERT_EQ(1, host.service(TSL_SERVICE_MENU_FAULT, r.fault)) << "row at line " << r.line;
+        {
+            StderrCapture err;   // a search's failure is armed through the load, which passes it by
+            HMENU m = load(text, 0, r.target == HOST ? mine : (HMENU)(INT_PTR)r.target);
+            EXPECT_EQ(r.search ? mine : NULL, m) << "row at line " << r.line;
+            TslMenuRecord loaded = record;
+            HANDLE pipe = INVALID_HANDLE_VALUE;
+            if (!r.fault) {   // the record names the pipe; it has no file time, and none is recorded
+                pipe = CreateNamedPipeA(pipe_name, PIPE_ACCESS_OUTBOUND, 0, 1, 512, 512, 0, NULL);
+                ASSERT_NE(INVALID_HANDLE_VALUE, pipe) << "row at line " << r.line;
+                record = TslMenuRecord{};
+                lstrcpyA(record.path, pipe_name);
+            }
+            if (r.search) {
+                EXPECT_EQ("<none>", script_of(100)) << "row at line " << r.line;
+            }
+            if (pipe != INVALID_HANDLE_VALUE) CloseHandle(pipe);
+            record = loaded;
+            EXPECT_EQ("BOX(Menu test): " + r.box + "\r\n", err.text()) << "row at line " << r.line;
+        }
+        std::string kept;
+        outline(mine, "", &kept);
+        EXPECT_EQ(r.kept, kept) << "row at line " << r.line;
+        StderrCapture again;   // used up by the call that failed
+        if (r.search) {
+            EXPECT_EQ("\tx\r\n", script_of(100)) << "row at line " << r.line;
+        } else {
+            HMENU m = load(text, 0, TSL_MENU_NEW_POPUP);
+            EXPECT_NE((HMENU)NULL, m) << "row at line " << r.line;
+            DestroyMenu(m);
+        }
+        EXPECT_EQ("", again.text()) << "row at line " << r.line;
+        DestroyMenu(mine);
+    }
+    for (LPARAM other : {1, 504, 508, 519, 522, 526, 1505, -1})
+        EXPECT_EQ(0, host.service(TSL_SERVICE_MENU_FAULT, other)) << other;
+    ASSERT_EQ(1, host.service(TSL_SERVICE_MENU_FAULT, 505));
+    EXPECT_EQ(1, g_dll.services(NULL, TSL_SERVICE_MENU_FAULT, 0, 0, 0)) << "0 clears, without a context too";
+    StderrCapture err;
+    EXPECT_NE((HMENU)NULL, load(text));
+    EXPECT_EQ("", err.text());
+}
+
 // A menu file encoded by tslenc loads and searches like its plain text.
 TEST_F(Menus, AnEncodedMenuFileLoadsAndGivesItsScripts) {
     write_file(dir.at("plain.mnu"), "A\r\n\tEcho(\"a\")\r\nB\r\n\tEcho(\"b\")\r\n");
