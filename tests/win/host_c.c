@@ -1,11 +1,7 @@
-/* A host as a C programmer writes one: plain C against include/tslpr32i.h,
-   linked with the DLL's import library (no GetProcAddress). It starts an
-   interpreter through the four start-up modes, runs scripts that call its
-   own command, reads the run's results and shuts the context down.
-   On 32-bit this proves the decorated import names, the __stdcall calls in
-   both directions (host to DLL, DLL back into the command procedure and the
-   answer callback) and the record layouts. Prints one line per failed
-   check and "host_c: N checks, N failed"; exit status 1 when any failed. */
+/* A host as a C programmer writes one: plain C against include/tslpr32i.h, linked with the
+   DLL's import library. On 32-bit it proves the decorated import names, the __stdcall calls in
+   both directions and the record layouts. Prints one line per failed check and
+   "host_c: N checks, N failed"; exit status 1 when any failed. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -38,16 +34,12 @@ static const TslKeywordRecord table[] = {
     {0, 0, 0, 0, 0, ""},
 };
 
-static HGLOBAL block_of(const char* text) {
-    HGLOBAL b = GlobalAlloc(GMEM_MOVEABLE, strlen(text) + 1);
-    memcpy(GlobalLock(b), text, strlen(text) + 1);
-    GlobalUnlock(b);
-    return b;
-}
-
 static long run(HGLOBAL ctx, const char* text) {
-    HGLOBAL script = block_of(text);
-    long r = ProcessDaBatBuffer(NULL, ctx, script, commands, table);
+    HGLOBAL script = GlobalAlloc(GMEM_MOVEABLE, strlen(text) + 1);
+    long r;
+    memcpy(GlobalLock(script), text, strlen(text) + 1);
+    GlobalUnlock(script);
+    r = ProcessDaBatBuffer(NULL, ctx, script, commands, table);
     GlobalFree(script);
     return r;
 }
@@ -61,7 +53,6 @@ int main(void) {
     /* The record layouts every host and extender shares. */
     CHECK_EQ("keyword record size", sizeof(TslKeywordRecord), 24);
     CHECK_EQ("value size", sizeof(TslValue), 12);
-
     /* Boxes (the wrong interface version below shows one) go to standard error. */
     DLLServices(NULL, TSL_SERVICE_CONSOLE, 1, 0, 0);
     size = DoDaDllInit(me, NULL, TSL_INTERFACE_VERSION, TSL_INIT_INTERFACE, 0, NULL, NULL);

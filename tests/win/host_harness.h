@@ -1,7 +1,5 @@
-// The one fixture of the Windows tests: a host that loads TSLPR32I.dll by its
-// exports, attaches contexts (modes 0-3), runs scripts from strings, reads the
-// run services and collects Echo output; a user thread that reads and presses
-// every dialog box of this process; standard error, settings and file helpers.
+// The one fixture of the Windows tests: a host that loads TSLPR32I.dll by its exports, runs
+// scripts in contexts of its own; a user thread that reads and presses every dialog box.
 #pragma once
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -11,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,8 +22,7 @@ struct Dll {
     TslProcessDaBatBufferProc run = nullptr;
     TslDLLServicesProc services = nullptr;
     bool load(const char* path = "TSLPR32I.dll") {
-        module = LoadLibraryA(path);
-        if (!module) return false;
+        if (!(module = LoadLibraryA(path))) return false;
         init = (TslDoDaDllInitProc)(void*)GetProcAddress(module, "DoDaDllInit");
         run = (TslProcessDaBatBufferProc)(void*)GetProcAddress(module, "ProcessDaBatBuffer");
         services = (TslDLLServicesProc)(void*)GetProcAddress(module, "DLLServices");
@@ -45,6 +43,20 @@ inline std::string crlf(const std::vector<std::string>& lines) {
     std::string s;
     for (auto& l : lines) s += l + "\r\n";
     return s;
+}
+// Values joined by blanks, one comparison for a table row: joined("a", 1, 2) == "a 1 2".
+template <class... T> std::string joined(const T&... v) {
+    std::ostringstream s;
+    ((s << v << ' '), ...);
+    std::string r = s.str();
+    return r.substr(0, r.empty() ? 0 : r.size() - 1);
+}
+// A movable block holding `text` and its NUL, as hosts hand scripts over.
+inline HGLOBAL text_block(const std::string& text) {
+    HGLOBAL block = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
+    memcpy(GlobalLock(block), text.c_str(), text.size() + 1);
+    GlobalUnlock(block);
+    return block;
 }
 
 // One interpreter context with its variable table and heap, started in modes 0..3
@@ -70,9 +82,7 @@ struct HostContext {
     }
     ~HostContext() {
         dll->init(GetModuleHandleA(NULL), ctx, 0, TSL_INIT_SHUTDOWN, 0, NULL, NULL);
-        GlobalFree(heap);
-        GlobalFree(vars);
-        GlobalFree(ctx);
+        for (HGLOBAL b : {heap, vars, ctx}) GlobalFree(b);
     }
     static long WINAPI echo_proc(HWND, LPARAM, long, long command, TslAnswerProc answer, void* record, LPCSTR t1,
                                  LPCSTR, LPCSTR, LPCSTR, LPCSTR) {
@@ -81,13 +91,10 @@ struct HostContext {
     }
     static inline const TslKeywordRecord kEcho[] = {{0, TSL_KIND_FUNCTION, 1, 1, 4, "echo"}, {0, 0, 0, 0, 0, ""}};
 
-    // Runs a script text from a movable block; without a procedure of its own
-    // the host answers Echo.
+    // Runs a script text from a movable block; without a procedure of its own the host answers Echo.
     long run(const std::string& text, TslCommandProc proc = echo_proc, const TslKeywordRecord* table = kEcho,
              HWND owner = NULL) {
-        HGLOBAL script = GlobalAlloc(GMEM_MOVEABLE, text.size() + 1);
-        memcpy(GlobalLock(script), text.c_str(), text.size() + 1);
-        GlobalUnlock(script);
+        HGLOBAL script = text_block(text);
         HostContext* saved = echoing;
         echoing = this;
         long r = dll->run(owner, ctx, script, proc, proc == echo_proc ? kEcho : table);
@@ -95,15 +102,12 @@ struct HostContext {
         GlobalFree(script);
         return r;
     }
-    LRESULT service(int code, LPARAM p1 = 0, LPARAM p2 = 0, LPARAM p3 = 0) {
-        return dll->services(ctx, code, p1, p2, p3);
-    }
+    LRESULT service(int code, LPARAM p1 = 0, LPARAM p2 = 0, LPARAM p3 = 0) { return dll->services(ctx, code, p1, p2, p3); }
     long error() { return (long)service(TSL_SERVICE_RUN_ERROR); }
     long result() { return (long)service(TSL_SERVICE_RUN_RESULT); }
     std::string get(const char* name) {
         char buf[300] = "";
-        if (!service(TSL_SERVICE_GET_VAR, (LPARAM)name, (LPARAM)buf, sizeof buf)) return "<undefined>";
-        return buf;
+        return service(TSL_SERVICE_GET_VAR, (LPARAM)name, (LPARAM)buf, sizeof buf) ? buf : "<undefined>";
     }
     tsl::Context* lock() { return (tsl::Context*)GlobalLock(ctx); }  // white-box view until unlock()
     void unlock() { GlobalUnlock(ctx); }
@@ -140,8 +144,7 @@ struct SettingOverride {
     SettingOverride(const char* s, const char* k, const char* value) : section(s), key(k) {
         char buf[300];
         GetPrivateProfileStringA(s, k, "\x01", buf, sizeof buf, "TSLPROCS.INI");
-        had = strcmp(buf, "\x01") != 0;
-        old = buf;
+        had = strcmp(buf, "\x01") != 0, old = buf;
         WritePrivateProfileStringA(s, k, value, "TSLPROCS.INI");
     }
     ~SettingOverride() { WritePrivateProfileStringA(section.c_str(), key.c_str(), had ? old.c_str() : NULL, "TSLPROCS.INI"); }
@@ -215,14 +218,11 @@ private:
             if (s.found) {
                 Sleep(50);  // let the box finish painting its controls
                 SeenBox b;
-                b.window = s.found;
                 char caption[300] = "";
                 GetWindowTextA(s.found, caption, sizeof caption);
-                b.caption = caption;
+                b.window = s.found, b.caption = caption, b.owner = GetWindow(s.found, GW_OWNER);
                 EnumChildWindows(s.found, child, (LPARAM)&b);
-                b.ok = GetDlgItem(s.found, IDOK) != NULL;
-                b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
-                b.owner = GetWindow(s.found, GW_OWNER);
+                b.ok = GetDlgItem(s.found, IDOK) != NULL, b.cancel = GetDlgItem(s.found, IDCANCEL) != NULL;
                 { std::lock_guard<std::mutex> lock(mutex_); seen_.push_back(b); }
                 int id = answer_(b);
                 if (id >= 0) PostMessageA(s.found, WM_COMMAND, MAKEWPARAM(id, BN_CLICKED), (LPARAM)GetDlgItem(s.found, id));
@@ -277,10 +277,7 @@ inline HWND test_window(const char* cls, WNDPROC proc, const char* title, DWORD 
     return CreateWindowA(cls, title, style, 0, 0, width, height, NULL, NULL, wc.hInstance, NULL);
 }
 
-inline void write_file(const std::string& path, const std::string& data) {
-    std::ofstream(path, std::ios::binary) << data;
-}
-
+inline void write_file(const std::string& path, const std::string& data) { std::ofstream(path, std::ios::binary) << data; }
 inline std::string read_file(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
     return in ? std::string(std::istreambuf_iterator<char>(in), {}) : "<missing>";
@@ -323,4 +320,11 @@ inline DWORD run_and_wait(std::string line) {
 // Runs a program of the build with arguments and waits for its exit status.
 inline DWORD run_program(const std::string& exe, const std::string& args) {
     return run_and_wait("\"" + build_dir() + "\\" + exe + "\" " + args);
+}
+
+// Polls `done` every 20 ms for at most `ms`; true once it holds.
+inline bool wait_until(const std::function<bool()>& done, DWORD ms = 10000) {
+    for (DWORD start = GetTickCount(); !done(); Sleep(20))
+        if (GetTickCount() - start > ms) return false;
+    return true;
 }

@@ -10,83 +10,85 @@ TEST_F(Startup, EveryEntryIsExportedUnderItsPlainName) {
         EXPECT_NE(nullptr, (void*)GetProcAddress(g_dll.module, n)) << n;
 }
 
+// Mode 0 accepts every version whose second byte is 0x12; a mismatch shows its box
+// (on standard error in console mode) and gives 0.
 TEST_F(Startup, Mode0AcceptsEveryVersionWithHighByte0x12) {
     struct { int line; WPARAM version; WORD want; } rows[] = {
         {__LINE__, 0x1200, 8016}, {__LINE__, 0x12FF, 8016},  // the low byte does not count
-        {__LINE__, 0x51234, 8016},                           // nor do the bits above the low 16
-        {__LINE__, 0x1300, 0},                               // a mismatch, in console mode
+        {__LINE__, 0x51234, 8016}, {__LINE__, 0x1300, 0},    // nor do the bits above the low 16
     };
     StderrCapture err;
     g_dll.console(1);
-    for (auto& r : rows)
-        EXPECT_EQ(r.want, g_dll.init(GetModuleHandleA(NULL), NULL, r.version, 0, 0, NULL, NULL)) << "row at line " << r.line;
+    for (auto& r : rows) EXPECT_EQ(r.want, g_dll.init(GetModuleHandleA(NULL), NULL, r.version, 0, 0, NULL, NULL)) << r.line;
     g_dll.console(0);
     EXPECT_EQ("BOX(DLL mismatch): Version Interface Incompatible\r\n", err.text()) << "one console box, for the mismatch";
-}
-
-TEST_F(Startup, Mode0MismatchShowsTheBoxAndGivesZero) {
     User user({IDOK});
     EXPECT_EQ(0, g_dll.init(GetModuleHandleA(NULL), NULL, 0x1100, 0, 0, NULL, NULL));
     user.finish();
-    auto seen = user.seen();
-    ASSERT_EQ(1u, seen.size()) << "no box appeared";
-    EXPECT_EQ("DLL mismatch", seen[0].caption);
-    EXPECT_EQ("Version Interface Incompatible", seen[0].text);
+    ASSERT_EQ(1u, user.seen().size()) << "no box appeared";
+    EXPECT_EQ("DLL mismatch|Version Interface Incompatible", user.seen()[0].caption + "|" + user.seen()[0].text);
 }
 
 TEST_F(Startup, ModesGiveTheirResultsAndFillTheContext) {
     HostContext host(&g_dll, "tslhostfill");
-    EXPECT_EQ(8016, host.results[0]);
-    EXPECT_EQ(44, host.results[1]);
-    EXPECT_EQ(1, host.results[2]);
-    EXPECT_EQ(1, host.results[3]);
+    EXPECT_EQ("8016 44 1 1", joined(host.results[0], host.results[1], host.results[2], host.results[3]));
     tsl::Context* c = host.lock();
     ASSERT_NE(nullptr, c);
-    EXPECT_STREQ("tslhost", c->host_name1);
-    EXPECT_STREQ("1.0", c->host_name2);
-    EXPECT_STREQ("tslhostfill", c->host_name3);
-    EXPECT_STREQ("second name", c->host_name4);
-    EXPECT_EQ(7, c->host_value);
-    EXPECT_EQ(2000, c->var_capacity);
-    EXPECT_EQ(host.vars, c->var_block);
-    EXPECT_EQ(host.heap, c->heap_block);
-    EXPECT_EQ(host.ctx, c->self_block);
+    EXPECT_EQ("tslhost 1.0 tslhostfill second name 7 2000 1", joined(c->host_name1, c->host_name2, c->host_name3,
+                                                                    c->host_name4, c->host_value, c->var_capacity, +c->attached));
+    EXPECT_TRUE(c->var_block == host.vars && c->heap_block == host.heap && c->self_block == host.ctx);
     EXPECT_EQ(LoadCursorA(NULL, (LPCSTR)IDC_WAIT), c->wait_cursor);
     EXPECT_EQ(LoadCursorA(NULL, (LPCSTR)IDC_ARROW), c->current_cursor);
     EXPECT_GT(c->font_height, c->font_width) << "font metrics measured";
-    EXPECT_EQ(1, c->attached);
     host.unlock();
 }
 
-TEST_F(Startup, HeapSizeComesFromTheHostValueAndIsClamped) {
-    struct { int line; LPARAM asked; uint32_t want; } rows[] = {
-        {__LINE__, 4096, 4096}, {__LINE__, 65536, 65536}, {__LINE__, 200000, 65536},
-        {__LINE__, 0, 65536},  // no size given: the whole block
+// The heap size comes from the host value, clamped to 65,536 (0: the whole block);
+// the Sounds setting is read, and missing means on.
+TEST_F(Startup, HeapSizeFromTheHostValueAndTheSoundsSetting) {
+    struct { int line; LPARAM asked; uint32_t want; const char* sounds; int on; } rows[] = {
+        {__LINE__, 4096, 4096, "0", 0}, {__LINE__, 65536, 65536, "5", 1}, {__LINE__, 200000, 65536, NULL, 1},
+        {__LINE__, 0, 65536, "0", 0},
     };
     for (auto& r : rows) {
+        SCOPED_TRACE(r.line);
+        SettingOverride sounds("MAIN", "Sounds", r.sounds);
         HostContext host(&g_dll, "tslhostheap", "heap test", 100, r.asked);
-        EXPECT_EQ(1, host.results[3]) << "row at line " << r.line;
-        EXPECT_EQ(r.want, host.lock()->heap_size) << "row at line " << r.line;
+        tsl::Context* c = host.lock();
+        EXPECT_EQ(joined(1, r.want, r.on), joined(host.results[3], c->heap_size, +c->sounds));
         host.unlock();
-        EXPECT_EQ(1, host.service(TSL_SERVICE_SET_VAR, (LPARAM) "h", (LPARAM) "value")) << "row at line " << r.line;
-        EXPECT_EQ("value", host.get("h")) << "row at line " << r.line;
+        EXPECT_EQ(1, host.service(TSL_SERVICE_SET_VAR, (LPARAM) "h", (LPARAM) "value"));
+        EXPECT_EQ("value", host.get("h"));
     }
+}
+
+TEST_F(Startup, BusyCounterSerialisesCallsFromTwoThreads) {
+    std::atomic<int> failures(0);
+    auto worker = [&](const char* name) {
+        for (int i = 0; i < 5; ++i) {
+            HostContext host(&g_dll, name);
+            failures += joined(host.results[0], host.results[1], host.results[2], host.results[3]) != "8016 44 1 1";
+        }
+    };
+    std::thread t1(worker, "tslhostt1"), t2(worker, "tslhostt2");
+    t1.join();
+    t2.join();
+    EXPECT_EQ(0, failures.load());
 }
 
 TEST_F(Startup, UnusableBlocksGiveZero) {
     HINSTANCE inst = GetModuleHandleA(NULL);
     HostContext host(&g_dll, "tslhostnull");
-    EXPECT_EQ(0, g_dll.init(inst, NULL, 0, TSL_INIT_CONTEXT, 0, "x", "y"));
-    EXPECT_EQ(0, g_dll.init(inst, host.ctx, 0, TSL_INIT_HEAP, 65536, "x", NULL));
-    EXPECT_EQ(0, g_dll.init(inst, NULL, 0, TSL_INIT_HEAP, 65536, "x", NULL));
-    EXPECT_EQ(0, g_dll.init(inst, host.ctx, 0, 42, 0, NULL, NULL)) << "an unknown mode does nothing";
     HGLOBAL script = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, 4);
-    EXPECT_EQ(0, g_dll.run(NULL, NULL, script, nullptr, nullptr));
-    EXPECT_EQ(0, g_dll.run(NULL, host.ctx, NULL, nullptr, nullptr));
-    // A context that never got its variable table and heap.
-    HGLOBAL bare = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, TSL_CONTEXT_SIZE);
+    HGLOBAL bare = GlobalAlloc(GMEM_MOVEABLE | GMEM_ZEROINIT, TSL_CONTEXT_SIZE);  // no variable table, no heap
     ASSERT_EQ(44, g_dll.init(inst, bare, 0, TSL_INIT_CONTEXT, 0, "bare", "1"));
-    EXPECT_EQ(0, g_dll.run(NULL, bare, script, nullptr, nullptr));
+    EXPECT_EQ("0 0 0 0 0 0 0", joined(g_dll.init(inst, NULL, 0, TSL_INIT_CONTEXT, 0, "x", "y"),
+                                      g_dll.init(inst, host.ctx, 0, TSL_INIT_HEAP, 65536, "x", NULL),
+                                      g_dll.init(inst, NULL, 0, TSL_INIT_HEAP, 65536, "x", NULL),
+                                      g_dll.init(inst, host.ctx, 0, 42, 0, NULL, NULL),  // an unknown mode
+                                      g_dll.run(NULL, NULL, script, nullptr, nullptr),
+                                      g_dll.run(NULL, host.ctx, NULL, nullptr, nullptr),
+                                      g_dll.run(NULL, bare, script, nullptr, nullptr)));
     GlobalFree(script);
     GlobalFree(bare);
 }
@@ -99,21 +101,6 @@ TEST_F(Startup, TwoContextsAttachedAtOnceKeepTheirOwnVariables) {
     EXPECT_EQ(1, b.run("Echo(x)\r\nEcho(IsDefined(y))\r\n"));
     EXPECT_EQ("1\nfrom a\n", a.out);
     EXPECT_EQ("2\n0\n", b.out);
-}
-
-TEST_F(Startup, BusyCounterSerialisesCallsFromTwoThreads) {
-    std::atomic<int> failures(0);
-    auto worker = [&](const char* name) {
-        for (int i = 0; i < 5; ++i) {
-            HostContext host(&g_dll, name);
-            if (host.results[0] != 8016 || host.results[1] != 44 || host.results[2] != 1 || host.results[3] != 1)
-                ++failures;
-        }
-    };
-    std::thread t1(worker, "tslhostt1"), t2(worker, "tslhostt2");
-    t1.join();
-    t2.join();
-    EXPECT_EQ(0, failures.load());
 }
 
 // --- mode 99 ---
@@ -129,13 +116,12 @@ static long WINAPI recording_proc(HWND, LPARAM host_value, long magic, long comm
 
 TEST_F(Startup, Mode99ClosesTheScriptsFilesAndSendsTheHostTheShutdownCommand) {
     TempDir dir;
-    std::string path = dir.at("w.txt");
+    std::string path = dir.at("w.txt"), open = "FileOpen(\"" + dir.at("w.txt") + "\", ";
     g_commands.clear();
     {
         HostContext host(&g_dll, "tslhostdown");
         g_dll.console(1);  // the report goes to standard error
         StderrCapture err;
-        std::string open = "FileOpen(\"" + path + "\", ";
         EXPECT_EQ(1, host.run("h = " + open + "\"WRITE\")\r\nFileWrite(h, \"data\")\r\ng = " + open + "\"READ\")\r\n",
                               recording_proc, nullptr));
         g_dll.console(0);
@@ -148,44 +134,23 @@ TEST_F(Startup, Mode99ClosesTheScriptsFilesAndSendsTheHostTheShutdownCommand) {
     EXPECT_TRUE(DeleteFileA(path.c_str()));
 }
 
-// --- settings ---
-
-TEST_F(Startup, SoundsSettingIsReadAndMissingMeansOn) {
-    struct { int line; const char* value; int sounds; } rows[] = {
-        {__LINE__, "0", 0}, {__LINE__, "5", 1}, {__LINE__, NULL, 1},
-    };
-    for (auto& r : rows) {
-        SettingOverride sounds("MAIN", "Sounds", r.value);
-        HostContext host(&g_dll, "tslhostsnd");
-        EXPECT_EQ(r.sounds, host.lock()->sounds) << "row at line " << r.line;
-        host.unlock();
-    }
-}
-
 TEST_F(Startup, DllUsageIsRecordedOnlyWhenItDiffersIgnoringCase) {
     SettingOverride clean("DllUsage", "tslhostusage", NULL);
-    struct { int line; const char* usage; const char* recorded; } rows[] = {
-        {__LINE__, "First Usage", "First Usage"},
-        {__LINE__, "FIRST USAGE", "First Usage"},  // a case-only difference is not written
-        {__LINE__, "Second", "Second"},
-    };
+    // A case-only difference is not written.
+    const char* rows[][2] = {{"First Usage", "First Usage"}, {"FIRST USAGE", "First Usage"}, {"Second", "Second"}};
     for (auto& r : rows) {
-        { HostContext host(&g_dll, "tslhostusage", r.usage); }
+        { HostContext host(&g_dll, "tslhostusage", r[0]); }
         char buf[300];
         GetPrivateProfileStringA("DllUsage", "tslhostusage", "<none>", buf, sizeof buf, "TSLPROCS.INI");
-        EXPECT_STREQ(r.recorded, buf) << "row at line " << r.line;
+        EXPECT_STREQ(r[1], buf) << r[0];
     }
 }
-
-// --- window classes, reloading ---
 
 // Mode 1 registers three classes; a reloaded library registers them again,
 // the dialog classes with the texture brush when PrettyDialogs is on.
 TEST_F(Startup, Mode1RegistersTheThreeClassesOnlyAndAgainAfterAReload) {
     struct { const char* name; UINT style; int extra; bool cursor; } rows[] = {
-        {"ts8wcmmn", 0, 8, false},
-        {"ts9wcdlg", CS_HREDRAW | CS_VREDRAW, 38, true},
-        {"ts0wcdl2", CS_HREDRAW | CS_VREDRAW, 38, true},
+        {"ts8wcmmn", 0, 8, false}, {"ts9wcdlg", CS_HREDRAW | CS_VREDRAW, 38, true}, {"ts0wcdl2", CS_HREDRAW | CS_VREDRAW, 38, true},
     };
     for (const char* pretty : {"1", "0"}) {
         SettingOverride setting("MAIN", "PrettyDialogs", pretty);
@@ -196,20 +161,14 @@ TEST_F(Startup, Mode1RegistersTheThreeClassesOnlyAndAgainAfterAReload) {
         WNDCLASSA wc;
         for (auto& r : rows) {
             ASSERT_TRUE(GetClassInfoA(g_dll.module, r.name, &wc)) << r.name;
-            EXPECT_EQ(r.style, wc.style) << r.name;
-            EXPECT_EQ(r.extra, wc.cbWndExtra) << r.name;
-            EXPECT_EQ(r.cursor ? LoadCursorA(NULL, (LPCSTR)IDC_ARROW) : NULL, wc.hCursor) << r.name;
-            if (!r.cursor) continue;
-            LOGBRUSH lb;
-            if (*pretty == '0') {
-                EXPECT_EQ((HBRUSH)(COLOR_WINDOW + 1), wc.hbrBackground) << r.name;
-            } else {
-                ASSERT_EQ((int)sizeof lb, GetObjectA(wc.hbrBackground, sizeof lb, &lb)) << r.name;
-                EXPECT_EQ((UINT)BS_PATTERN, lb.lbStyle) << r.name;
-            }
+            EXPECT_EQ(joined(r.style, r.extra, r.cursor ? LoadCursorA(NULL, (LPCSTR)IDC_ARROW) : NULL),
+                      joined(wc.style, wc.cbWndExtra, wc.hCursor)) << r.name;
+            LOGBRUSH lb = {};
+            GetObjectA(wc.hbrBackground, sizeof lb, &lb);
+            if (r.cursor && *pretty == '0') EXPECT_EQ((HBRUSH)(COLOR_WINDOW + 1), wc.hbrBackground) << r.name;
+            if (r.cursor && *pretty == '1') EXPECT_EQ((UINT)BS_PATTERN, lb.lbStyle) << r.name;
         }
-        EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts6wcdds", &wc));
-        EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts7wcddc", &wc));
+        EXPECT_FALSE(GetClassInfoA(g_dll.module, "ts6wcdds", &wc) || GetClassInfoA(g_dll.module, "ts7wcddc", &wc));
     }
 }
 
@@ -234,13 +193,13 @@ TEST_F(Startup, VersionResourceNamesTheProduct) {
     UINT len;
     GetModuleFileNameA(g_dll.module, path, sizeof path);
     DWORD dummy, size = GetFileVersionInfoSizeA(path, &dummy);
-    ASSERT_GT(size, 0u);
-    std::vector<char> data(size);
-    ASSERT_TRUE(GetFileVersionInfoA(path, 0, size, data.data()));
-    ASSERT_TRUE(VerQueryValueA(data.data(), "\\StringFileInfo\\040904E4\\ProductName", (void**)&value, &len));
-    EXPECT_STREQ("TSL", value);
-    ASSERT_TRUE(VerQueryValueA(data.data(), "\\StringFileInfo\\040904E4\\ProductVersion", (void**)&value, &len));
-    EXPECT_STREQ("1.3a", value);
+    std::vector<char> data(size + 1);
+    ASSERT_TRUE(size && GetFileVersionInfoA(path, 0, size, data.data()));
+    const char* fields[][2] = {{"ProductName", "TSL"}, {"ProductVersion", "1.3a"}};
+    for (auto& f : fields) {
+        ASSERT_TRUE(VerQueryValueA(data.data(), (std::string("\\StringFileInfo\\040904E4\\") + f[0]).c_str(), (void**)&value, &len));
+        EXPECT_STREQ(f[1], value);
+    }
     HBITMAP bmp = LoadBitmapA(g_dll.module, "BackTexture");
     EXPECT_NE(nullptr, bmp);
     DeleteObject(bmp);

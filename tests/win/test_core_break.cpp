@@ -7,61 +7,42 @@ class CoreBreak : public DllTest {};
 
 static void key(BYTE vk, bool down) { keybd_event(vk, (BYTE)MapVirtualKeyA(vk, 0), down ? 0 : KEYEVENTF_KEYUP, 0); }
 
-static HostContext* g_host;
-static long WINAPI quiet_break(HWND, LPARAM, long, long command, TslAnswerProc, void*, LPCSTR, LPCSTR, LPCSTR,
-                               LPCSTR, LPCSTR) {
-    if (command == TSL_COMMAND_IDLE) g_host->service(TSL_SERVICE_BREAK_REPORT, 0);
-    return 0;
-}
-
-// With the report on, the break shows the fatal box (OK only); the host can
-// switch the report off (here from its idle call) and the run ends silently.
+// The break shows the fatal box (OK only) and ends the run. (A break with the report
+// switched off by the host ends silently: BoxKeys.CtrlBreakEndsTheBoxAndTheRun and,
+// natively, Statements.TheUserBreak.)
 TEST_F(CoreBreak, CtrlBreakTypedByTheUserStopsALoop) {
-    static const TslKeywordRecord none[] = {{0, 0, 0, 0, 0, ""}};
-    for (bool report : {true, false}) {
-        HostContext host;
-        g_host = &host;
-        HWND owner = CreateWindowA("STATIC", "core break test", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 10, 200, 100,
-                                   NULL, NULL, NULL, NULL);
-        ASSERT_NE(nullptr, owner);
-        SetForegroundWindow(owner);
-        SetFocus(owner);
-        std::atomic<bool> released(false);
-        User user([&](const SeenBox&) { key(VK_CANCEL, false); key(VK_CONTROL, false); released = true; return IDOK; });
-        std::thread typist([&] {
-            Sleep(500);
-            key(VK_CONTROL, true);
-            key(VK_CANCEL, true);
-            for (int i = 0; i < 250 && !released; ++i) Sleep(20);
-            key(VK_CANCEL, false);
-            key(VK_CONTROL, false);
-        });
-        host.service(TSL_SERVICE_IDLE_CALLS, !report);
-        DWORD start = GetTickCount();
-        std::string loop = crlf({"n = 0", ":again", "n = n + 1", "goto again"});
-        EXPECT_EQ(1, report ? host.run(loop, nullptr, nullptr, owner) : host.run(loop, quiet_break, none, owner));
-        DWORD took = GetTickCount() - start;
-        released = true;  // the silent run ends with the keys still down
-        typist.join();
-        user.finish();
-        auto seen = user.seen();
-        ASSERT_EQ(report ? 1u : 0u, seen.size()) << "report " << report;
-        if (report) {
-            EXPECT_EQ("192:  Execution ended", seen[0].caption);
-            EXPECT_EQ("Execution terminated by user request or error\n\nCore test host\nTSL Version: 1.3a", seen[0].text);
-            EXPECT_TRUE(seen[0].ok);
-            EXPECT_FALSE(seen[0].cancel) << "the break report is fatal: OK only";
-        }
-        EXPECT_EQ(1, host.service(TSL_SERVICE_RUN_BREAK)) << "report " << report;
-        EXPECT_EQ(0, host.result()) << "report " << report;
-        EXPECT_LT(took, 5000u) << "report " << report;
-        EXPECT_GT(atoi(host.get("n").c_str()), 3) << "the loop ran until the break";
-        // The next run goes through, with the report on again.
-        host.service(TSL_SERVICE_IDLE_CALLS, 0);
-        EXPECT_EQ(1, host.run("a = 1\r\n"));
-        EXPECT_EQ(0, host.service(TSL_SERVICE_RUN_BREAK));
-        EXPECT_EQ(1, host.lock()->break_report) << "report " << report;
-        host.unlock();
-        DestroyWindow(owner);
-    }
+    HostContext host;
+    HWND owner = CreateWindowA("STATIC", "core break test", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 10, 10, 200, 100, NULL,
+                               NULL, NULL, NULL);
+    ASSERT_NE(nullptr, owner);
+    SetForegroundWindow(owner);
+    SetFocus(owner);
+    std::atomic<bool> released(false);
+    User user([&](const SeenBox&) { key(VK_CANCEL, false); key(VK_CONTROL, false); released = true; return IDOK; });
+    std::thread typist([&] {
+        Sleep(500);
+        key(VK_CONTROL, true);
+        key(VK_CANCEL, true);
+        for (int i = 0; i < 250 && !released; ++i) Sleep(20);
+        key(VK_CANCEL, false);
+        key(VK_CONTROL, false);
+    });
+    DWORD start = GetTickCount();
+    EXPECT_EQ(1, host.run(crlf({"n = 0", ":again", "n = n + 1", "goto again"}), nullptr, nullptr, owner));
+    DWORD took = GetTickCount() - start;
+    typist.join();
+    user.finish();
+    std::vector<std::string> seen;
+    for (auto& b : user.seen()) seen.push_back(joined(b.caption, "/", b.text, "/", b.ok, b.cancel));
+    EXPECT_EQ(std::vector<std::string>{"192:  Execution ended / Execution terminated by user request or error"
+                                       "\n\nCore test host\nTSL Version: 1.3a / 1 0"}, seen);
+    EXPECT_EQ("1 0", joined(host.service(TSL_SERVICE_RUN_BREAK), host.result()));
+    EXPECT_LT(took, 5000u);
+    EXPECT_GT(atoi(host.get("n").c_str()), 3) << "the loop ran until the break";
+    // The next run goes through, with the report on again at its start.
+    host.service(TSL_SERVICE_BREAK_REPORT, 0);
+    EXPECT_EQ(1, host.run("a = 1\r\n"));
+    EXPECT_EQ("0 1", joined(host.service(TSL_SERVICE_RUN_BREAK), +host.lock()->break_report));
+    host.unlock();
+    DestroyWindow(owner);
 }

@@ -7,39 +7,32 @@ namespace {
 
 const char* const kKeys[] = {"iDate", "iTime", "sDate", "sTime", "s1159", "s2359"};
 
-// The [intl] values as they were, put back when the test ends.
+// The [intl] values as they were, put back when the test ends; set() writes
+// the values (iDate, iTime, sDate, sTime, s1159, s2359); a null one removes the key.
 struct IntlOverride {
     std::string old[6];
-    bool had[6];
     IntlOverride() {
         for (int i = 0; i < 6; i++) {
             char buf[64];
             GetProfileStringA("intl", kKeys[i], "\x01", buf, sizeof buf);
-            had[i] = strcmp(buf, "\x01") != 0;
             old[i] = buf;
         }
     }
-    void set(const char* const values[6]) {  // a null value: the key is removed (the default)
-        for (int i = 0; i < 6; i++) WriteProfileStringA("intl", kKeys[i], values[i]);
-    }
-    ~IntlOverride() {
-        for (int i = 0; i < 6; i++) WriteProfileStringA("intl", kKeys[i], had[i] ? old[i].c_str() : NULL);
-    }
+    void set(const char* const values[6]) { for (int i = 0; i < 6; i++) WriteProfileStringA("intl", kKeys[i], values[i]); }
+    ~IntlOverride() { for (int i = 0; i < 6; i++) WriteProfileStringA("intl", kKeys[i], old[i] == "\x01" ? NULL : old[i].c_str()); }
 };
 
-// The text DateTime must give at time t under the settings v (iDate, iTime, sDate, sTime, s1159, s2359).
+// The text DateTime must give at time t under the settings v.
 std::string expected_datetime(const SYSTEMTIME& t, const char* const v[6]) {
     static const char days[] = "SunMonTueWedThuFriSat";
-    int idate = atoi(v[0]), yy = t.wYear % 100, f[3], hour = t.wHour;
-    if (idate == 0) { f[0] = t.wMonth; f[1] = t.wDay; f[2] = yy; }
-    else if (idate == 1) { f[0] = t.wDay; f[1] = t.wMonth; f[2] = yy; }
-    else { f[0] = yy; f[1] = t.wMonth; f[2] = t.wDay; }
+    int idate = atoi(v[0]), yy = t.wYear % 100, hour = t.wHour;
+    int f[3] = {t.wMonth, t.wDay, yy};
+    if (idate == 1) { f[0] = t.wDay; f[1] = t.wMonth; }
+    if (idate == 2) { f[0] = yy; f[1] = t.wMonth; f[2] = t.wDay; }
     std::string suffix = "  ";
-    if (atoi(v[1]) == 0) {
-        // the first two characters, a shorter designator padded to keep the width
+    if (atoi(v[1]) == 0) {  // the first two characters, a shorter designator padded to keep the width
         suffix = (std::string(t.wHour < 12 ? v[4] : v[5]) + "  ").substr(0, 2);
-        if (hour == 0) hour = 12;
-        if (hour > 12) hour -= 12;
+        hour = hour == 0 ? 12 : hour > 12 ? hour - 12 : hour;
     }
     char buf[64];
     snprintf(buf, sizeof buf, "%.3s %2d%c%02d%c%02d %2d%c%02d%c%02d %s", days + 3 * t.wDayOfWeek, f[0], v[2][0], f[1],
@@ -49,7 +42,22 @@ std::string expected_datetime(const SYSTEMTIME& t, const char* const v[6]) {
 
 long hundredths(const SYSTEMTIME& t) { return ((t.wHour * 60L + t.wMinute) * 60 + t.wSecond) * 100 + t.wMilliseconds / 10; }
 
-class DateTimeIntl : public DllTest {};
+class DateTimeIntl : public DllTest {
+protected:
+    IntlOverride intl;
+    HostContext host;
+    SYSTEMTIME before, after;
+    // Runs `script` until the clock's second (or, `day_only`, its day) did not change meanwhile.
+    void run_timed(const std::string& script, bool day_only) {
+        for (int attempt = 0; attempt < 20; attempt++) {
+            GetLocalTime(&before);
+            EXPECT_EQ(1, host.run(script));
+            GetLocalTime(&after);
+            if (before.wDay == after.wDay && (day_only || (before.wSecond == after.wSecond && before.wMinute == after.wMinute)))
+                return;
+        }
+    }
+};
 
 TEST_F(DateTimeIntl, DateTimeFollowsTheProfileAtEveryCall) {
     struct { int line; const char* v[6]; } rows[] = {
@@ -57,55 +65,32 @@ TEST_F(DateTimeIntl, DateTimeFollowsTheProfileAtEveryCall) {
         {__LINE__, {"1", "0", ".", ".", "vorm", "nachm"}}, {__LINE__, {"2", "0", "-", ":", "a", "p"}},
         {__LINE__, {"0", "1", "/", "h", "AM", "PM"}},
     };
-    IntlOverride intl;
-    HostContext host;
     for (auto& r : rows) {
         intl.set(r.v);
-        std::string got, want;
-        for (int attempt = 0; attempt < 20 && want.empty(); attempt++) {
-            SYSTEMTIME before, after;
-            GetLocalTime(&before);
-            ASSERT_EQ(1, host.run("d = DateTime()\r\n")) << "row at line " << r.line;
-            GetLocalTime(&after);
-            if (before.wSecond != after.wSecond || before.wMinute != after.wMinute || before.wDay != after.wDay) continue;
-            got = host.get("d");
-            want = expected_datetime(before, r.v);
-        }
-        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
-        EXPECT_EQ(want, got) << "row at line " << r.line;
-        EXPECT_EQ(24u, got.size()) << "row at line " << r.line;
+        run_timed("d = DateTime()\r\n", false);
+        EXPECT_EQ(joined(0, expected_datetime(before, r.v), 24), joined(host.error(), host.get("d"), host.get("d").size()))
+            << "row at line " << r.line;
     }
 }
 
+// GetExactTime reads only the time separator: hh:mm:ss:cc on the 24-hour clock, whatever iTime says.
 TEST_F(DateTimeIntl, GetExactTimeReadsOnlyTheTimeSeparator) {
-    IntlOverride intl;
-    HostContext host;
     for (const char* sep : {":", "."}) {
-        const char* v[6] = {"0", "0", "/", sep, "AM", "PM"};  // iTime 0 is not read: always the 24-hour clock
+        const char* v[6] = {"0", "0", "/", sep, "AM", "PM"};
         intl.set(v);
-        bool checked = false;
-        for (int attempt = 0; attempt < 20 && !checked; attempt++) {
-            SYSTEMTIME before, after;
-            GetLocalTime(&before);
-            ASSERT_EQ(1, host.run("e = GetExactTime()\r\n"));
-            GetLocalTime(&after);
-            if (before.wDay != after.wDay) continue;  // midnight passed
-            std::string got = host.get("e");
-            SYSTEMTIME read = before;
-            unsigned h = 99, m = 99, sec = 99, cs = 99;
-            char layout[16];
-            sscanf(got.c_str(), "%2u%*c%2u%*c%2u%*c%2u", &h, &m, &sec, &cs);
-            snprintf(layout, sizeof layout, "%02u%c%02u%c%02u%c%02u", h, sep[0], m, sep[0], sec, sep[0], cs);
-            EXPECT_EQ(layout, got) << "hh" << sep << "mm" << sep << "ss" << sep << "cc on the 24-hour clock";
-            read.wHour = (WORD)h;
-            read.wMinute = (WORD)m;
-            read.wSecond = (WORD)sec;
-            read.wMilliseconds = (WORD)(cs * 10);
-            EXPECT_LE(hundredths(before), hundredths(read)) << got;
-            EXPECT_LE(hundredths(read), hundredths(after)) << got;
-            checked = true;
-        }
-        EXPECT_TRUE(checked) << "separator " << sep;
+        run_timed("e = GetExactTime()\r\n", true);
+        SYSTEMTIME read = before;
+        std::string got = host.get("e");
+        unsigned h = 99, m = 99, sec = 99, cs = 99;
+        char layout[16];
+        sscanf(got.c_str(), "%2u%*c%2u%*c%2u%*c%2u", &h, &m, &sec, &cs);
+        snprintf(layout, sizeof layout, "%02u%c%02u%c%02u%c%02u", h, sep[0], m, sep[0], sec, sep[0], cs);
+        EXPECT_EQ(layout, got) << sep;
+        read.wHour = (WORD)h;
+        read.wMinute = (WORD)m;
+        read.wSecond = (WORD)sec;
+        read.wMilliseconds = (WORD)(cs * 10);
+        EXPECT_TRUE(hundredths(before) <= hundredths(read) && hundredths(read) <= hundredths(after)) << got;
     }
 }
 
@@ -122,14 +107,11 @@ TEST_F(DateTimeIntl, FileTimeGetLayouts) {
     };
     TempDir dir;
     write_file(dir.at("f.txt"), "x");
-    IntlOverride intl;
-    HostContext host;
     for (auto& r : rows) {
         intl.set(r.v);
         set_local_time(dir.at("f.txt"), r.y, r.mo, r.d, r.h, r.mi);
         host.run("t = FileTimeGet(\"" + dir.at("f.txt") + "\")\r\n");
-        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
-        EXPECT_EQ(r.expected, host.get("t")) << "row at line " << r.line;
+        EXPECT_EQ(joined(0, r.expected), joined(host.error(), host.get("t"))) << "row at line " << r.line;
     }
 }
 

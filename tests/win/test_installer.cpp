@@ -12,13 +12,6 @@ namespace {
 
 bool exists(const std::string& path) { return GetFileAttributesA(path.c_str()) != INVALID_FILE_ATTRIBUTES; }
 
-// Polls `done` every 100 ms for at most `seconds`; true once it holds.
-bool wait_for(const std::function<bool()>& done, int seconds) {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < (DWORD)seconds * 1000; Sleep(100))
-        if (done()) return true;
-    return done();
-}
-
 // Every file and folder under `dir`, relative to it.
 void walk(const std::string& dir, const std::string& rel, std::vector<std::string>* out) {
     WIN32_FIND_DATAA fd;
@@ -45,15 +38,11 @@ const char kUninstallKey[] = "Software\\Microsoft\\Windows\\CurrentVersion\\Unin
 // The files the installer carries, from the uninstall list the build made.
 std::vector<std::string> installed_files(const std::string& install_dir) {
     std::ifstream list(build_dir() + "\\installer\\files.nsh");
-    std::vector<std::string> files;
-    std::string line;
-    while (std::getline(list, line)) {
+    std::vector<std::string> files = {install_dir + "\\uninstall.exe"};
+    for (std::string line; std::getline(list, line);) {
         size_t at = line.find("Delete \"$INSTDIR");
-        if (at == std::string::npos) continue;
-        std::string rest = line.substr(at + 16);
-        files.push_back(install_dir + rest.substr(0, rest.find('"')));
+        if (at != std::string::npos) files.push_back(install_dir + line.substr(at + 16, line.find('"', at + 16) - at - 16));
     }
-    files.push_back(install_dir + "\\uninstall.exe");
     return files;
 }
 
@@ -82,19 +71,16 @@ TEST(Installer, SilentInstallAssociationAndCleanUninstall) {
     write_file(work.at("mark.tsl"), crlf({"IniWritePvt(\"mark\", \"ran\", \"yes\", \"" + mark + "\")"}));
     HINSTANCE opened = ShellExecuteA(NULL, "open", work.at("mark.tsl").c_str(), NULL, work.dir.c_str(), SW_SHOWNORMAL);
     EXPECT_GT((INT_PTR)opened, 32);
-    auto marked = [&] {
-        char v[8] = "";
-        GetPrivateProfileStringA("mark", "ran", "", v, sizeof v, mark.c_str());
-        return strcmp(v, "yes") == 0;
-    };
-    EXPECT_TRUE(wait_for(marked, 60)) << "the script opened through .tsl left no mark";
+    char v[8] = "";
+    EXPECT_TRUE(wait_until([&] { return GetPrivateProfileStringA("mark", "ran", "", v, sizeof v, mark.c_str()) && !strcmp(v, "yes"); }, 60000))
+        << "the script opened through .tsl left no mark";
 
     // A file of the user's own in the installation stays, with its folder.
     std::string mine = dir + "\\examples\\mine.tsl";
     write_file(mine, "Exit\r\n");
     EXPECT_EQ(0u, run_and_wait("\"" + dir + "\\uninstall.exe\" /S"));
     // The uninstaller goes on from a copy of itself; its last step removes its key.
-    EXPECT_TRUE(wait_for([] { return reg_text(HKEY_LOCAL_MACHINE, kUninstallKey, "InstallLocation") == "<none>"; }, 120));
+    EXPECT_TRUE(wait_until([] { return reg_text(HKEY_LOCAL_MACHINE, kUninstallKey, "InstallLocation") == "<none>"; }, 120000));
     for (auto& f : files) EXPECT_FALSE(exists(f)) << f << " left behind";
     std::vector<std::string> left;
     walk(dir, "", &left);

@@ -1,14 +1,9 @@
-// The DLL's shortcuts around lstrcmpA, CharUpperA and CharLowerA, against
-// those calls in the process's code page: 1252 by default, 932 in the run
-// that sets TSL_EXPECT_ACP=932 (a ja_JP.UTF-8 Wine environment).
+// The DLL's shortcuts around lstrcmpA, lstrcmpiA, CharUpperA and CharLowerA, against those
+// calls in the process's code page: 1252 by default, 932 in the run that sets TSL_EXPECT_ACP=932.
 //
-// The equality shortcut rests on one property of the system's collation:
-// two different texts made only of printable ASCII (0x20..0x7E) never
-// compare equal. It is checked by sorting a set of texts with the
-// comparison itself: in a consistent order, texts that compare equal end up
-// next to each other, so if no two neighbours compare equal, no two texts of
-// the set do. The same check finds the equal pairs that exist among other
-// bytes (a high byte equal to a printable one, an ignored high byte).
+// The equality shortcut rests on one property of the system's collation: two different texts
+// of printable ASCII (0x20..0x7E) never compare equal. Sorted by the comparison itself, texts
+// that compare equal end up next to each other, so if no two neighbours do, no two texts do.
 #include "host_harness.h"
 #include <algorithm>
 #include <cstdlib>
@@ -28,17 +23,13 @@ template <class Compare> static Pairs equal_neighbours(std::vector<std::string> 
 static std::string shown(const std::string& s) {
     std::string out;
     char hex[8];
-    for (unsigned char c : s) {
-        if (c >= 0x20 && c < 0x7F) out += (char)c;
-        else { snprintf(hex, sizeof hex, "\\x%02x", c); out += hex; }
-    }
+    for (unsigned char c : s) out += c >= 0x20 && c < 0x7F ? std::string(1, (char)c) : (snprintf(hex, 8, "\\x%02x", c), hex);
     return out;
 }
 
-// Every printable text of one and two characters; texts of three and four
-// characters over letters that sort as one unit in some languages (cs, dzs,
-// gy, ll, ch, aa, ij, ...), the hyphen and apostrophe (which sort apart
-// from the letters), the blank, a point and digits.
+// Every printable text of one and two characters; texts of three and four characters over
+// letters that sort as one unit in some languages (cs, dzs, gy, ll, ch, aa, ij, ...), the
+// hyphen and apostrophe (which sort apart from the letters), the blank, a point and digits.
 static std::vector<std::string> printable_texts() {
     std::vector<std::string> t;
     for (int a = 0x20; a < 0x7F; a++) {
@@ -58,38 +49,26 @@ static std::vector<std::string> printable_texts() {
 
 static int lstrcmp_of(const std::string& a, const std::string& b) { return lstrcmpA(a.c_str(), b.c_str()); }
 
-TEST(TextFastPaths, TheProcessRunsInTheExpectedCodePage) {
+TEST(TextFastPaths, DifferentPrintableTextsNeverCompareEqual) {
     const char* want = getenv("TSL_EXPECT_ACP");
     unsigned acp = want ? (unsigned)atoi(want) : 1252;
-    EXPECT_EQ(acp, GetACP());
-    EXPECT_EQ(acp == 932 ? 1 : 0, GetSystemMetrics(SM_DBCSENABLED));
-}
-
-TEST(TextFastPaths, DifferentPrintableTextsNeverCompareEqual) {
+    ASSERT_EQ(joined(acp, acp == 932), joined(GetACP(), GetSystemMetrics(SM_DBCSENABLED))) << "the expected code page";
     std::vector<std::string> texts = printable_texts();
-    for (auto& p : equal_neighbours(texts, lstrcmp_of))
-        ADD_FAILURE() << "locale " << std::hex << GetThreadLocale() << ": \"" << p.first << "\" == \"" << p.second << "\"";
-    // The same in locales whose alphabets have letters of two or three
-    // characters or that sort doubled letters specially: Hungarian, Czech,
-    // Spanish (traditional), Danish, Welsh, Croatian, Vietnamese, German
-    // (phone book), Slovak, Turkish, Japanese, English.
-    const LCID locales[] = {0x040e, 0x0405, 0x040a, 0x0406, 0x0452, 0x041a, 0x042a, 0x10407, 0x041b, 0x041f, 0x0411, 0x0409};
-    LCID saved = GetThreadLocale();
+    // The process's locale, then those whose alphabets have letters of two or three characters
+    // or that sort doubled letters specially: Hungarian, Czech, Spanish (traditional), Danish,
+    // Welsh, Croatian, Vietnamese, German (phone book), Slovak, Turkish, Japanese, English.
+    const LCID locales[] = {GetThreadLocale(), 0x040e, 0x0405, 0x040a, 0x0406, 0x0452, 0x041a, 0x042a, 0x10407,
+                            0x041b, 0x041f, 0x0411, 0x0409};
     for (LCID id : locales) {
         ASSERT_TRUE(SetThreadLocale(id));
         for (auto& p : equal_neighbours(texts, lstrcmp_of))
             ADD_FAILURE() << "locale " << std::hex << id << ": \"" << p.first << "\" == \"" << p.second << "\"";
     }
-    SetThreadLocale(saved);
-}
-
-// Outside printable ASCII different texts can compare equal; the check
-// above would have seen such pairs. (1252: "^" and 0x88, the modifier
-// circumflex; 0xAD, the soft hyphen, is ignored. 932: lone lead bytes.)
-TEST(TextFastPaths, TheCheckFindsEqualTextsAmongOtherBytes) {
-    std::vector<std::string> texts;
+    SetThreadLocale(locales[0]);
+    // Among other bytes different texts can compare equal, and the same check finds them
+    // (1252: "^" and 0x88, the modifier circumflex; 0xAD, the soft hyphen, is ignored. 932: lone lead bytes).
+    texts = {"a"};
     for (int c = 1; c < 256; c++) texts.push_back({'a', (char)c});
-    texts.push_back("a");
     Pairs found = equal_neighbours(texts, lstrcmp_of);
     ASSERT_FALSE(found.empty());
     for (auto& p : found) {
@@ -101,9 +80,8 @@ TEST(TextFastPaths, TheCheckFindsEqualTextsAmongOtherBytes) {
 
 class TextFastPathsDll : public DllTest {};
 
-// Runs `line(k)` for items 0..count-1 in scripts of 600 lines (each run
-// waits for messages at its start and end); `set(host, i, k)` gives item i
-// its variables under the suffix k first. Returns each line's variable rk.
+// Runs `line(k)` for items 0..count-1 in scripts of 600 lines; `set(host, i, k)` gives
+// item i its variables under the suffix k first. Returns each line's variable rk.
 template <class Set, class Line>
 static std::vector<std::string> run_batched(size_t count, Set set, Line line) {
     std::vector<std::string> answers;
@@ -122,9 +100,9 @@ static std::vector<std::string> run_batched(size_t count, Set set, Line line) {
     return answers;
 }
 
-// ==, !=, <> and StrCmp in scripts against lstrcmpA for pairs of texts of
-// printable characters, control characters, high bytes (among them those
-// that compare equal to others), lead and trail bytes of code page 932.
+// ==, !=, <>, StrCmp and StrICmp in scripts against lstrcmpA and lstrcmpiA for pairs of texts of
+// printable characters, control characters, high bytes (among them those that compare equal
+// to others), lead and trail bytes of code page 932.
 TEST_F(TextFastPathsDll, ComparisonsAreTheSystems) {
     const std::string pieces[] = {"", "a", "A", "b", "^", "-", "'", " ", "\x01", "\t", "\x7f", "\x88", "\xad",
                                   "\xe9", "\xc9", "\x82\xa0", "\x82", "\x81\x40", "\\", "~", "ab", "a-b", "ccs"};
@@ -142,24 +120,27 @@ TEST_F(TextFastPathsDll, ComparisonsAreTheSystems) {
         },
         [](const std::string& k) {
             std::string a = "a" + k, b = "b" + k;
-            return "StrCat(" + a + " == " + b + ", " + a + " != " + b + ", " + a + " <> " + b + ", StrCmp(" + a + ", " + b + "))";
+            return "StrCat(" + a + " == " + b + ", " + a + " != " + b + ", " + a + " <> " + b + ", StrCmp(" + a + ", " + b +
+                   "), \" \", StrICmp(" + a + ", " + b + "))";
         });
     ASSERT_EQ(pairs.size(), answers.size());
     for (size_t i = 0; i < pairs.size(); i++) {
         const std::string& a = texts[pairs[i].first];
         const std::string& b = texts[pairs[i].second];
+        auto sign = [](int v) { return std::to_string((v > 0) - (v < 0)); };
         int c = lstrcmpA(a.c_str(), b.c_str());
-        std::string want = std::string(c == 0 ? "100" : "011") + std::to_string((c > 0) - (c < 0));
-        int got_sign = atoi(answers[i].c_str() + std::min<size_t>(3, answers[i].size()));
-        std::string got = answers[i].substr(0, 3) + std::to_string((got_sign > 0) - (got_sign < 0));
-        EXPECT_EQ(want, got) << "==, !=, <>, StrCmp of \"" << shown(a) << "\", \"" << shown(b) << "\"";
+        std::string want = (c == 0 ? "100" : "011") + sign(c) + " " + sign(lstrcmpiA(a.c_str(), b.c_str()));
+        const char* got = answers[i].c_str();
+        const char* blank = strchr(got, ' ');
+        std::string seen = answers[i].substr(0, 3) + sign(atoi(got + std::min<size_t>(3, answers[i].size()))) + " " +
+                           sign(blank ? atoi(blank + 1) : 99);
+        EXPECT_EQ(want, seen) << "==, !=, <>, StrCmp, StrICmp of \"" << shown(a) << "\", \"" << shown(b) << "\"";
     }
     EXPECT_GT(pairs.size(), 25000u);
 }
 
-// StrUpper and StrLower against CharUpperA and CharLowerA: every byte
-// alone and inside ASCII, lead bytes followed by ASCII trail bytes (which
-// keep their case in code page 932), ASCII texts.
+// StrUpper and StrLower against CharUpperA and CharLowerA: every byte alone and inside ASCII,
+// lead bytes followed by ASCII trail bytes (which keep their case in code page 932), ASCII texts.
 TEST_F(TextFastPathsDll, CaseMappingIsTheSystemsForAnyText) {
     std::vector<std::string> texts = {"", "the quick brown fox", "MiXeD cAsE 123 @_[]{}", "\\~`^"};
     for (int c = 1; c < 256; c++) {
@@ -184,11 +165,10 @@ TEST_F(TextFastPathsDll, CaseMappingIsTheSystemsForAnyText) {
     }
 }
 
-// The DLL's strlen, strchr, memcmp and memcpy through the functions that
-// use them: StrLen and StrSub of texts of every length up to 100 (at heap
-// places shifted by a pad for StrLen), ItemLocate among items that differ
-// from the wanted one in a single byte at each place, "%" found at every
-// column of a line.
+// The DLL's strlen, strchr, memcmp and memcpy through the functions that use them: StrLen and
+// StrSub of texts of every length up to 100 (at heap places shifted by a pad for StrLen),
+// ItemLocate among items that differ from the wanted one in one byte at each place, "%" found
+// at every column of a line.
 TEST_F(TextFastPathsDll, TextScansOfEveryLengthAndPlace) {
     std::string t;
     for (int i = 0; i < 130; i++) t += (char)(i % 3 ? 'a' + i % 26 : 0xA1 + i % 60);
