@@ -139,7 +139,7 @@ TEST_F(CoreWindows, LanguageFileTextsReplaceTheTableByTheLanguageSetting) {
     char source[MAX_PATH];
     GetModuleFileNameA(g_dll.module, source, sizeof source);
     ASSERT_TRUE(CopyFileA(source, dir.at("TSLLANGT.DLL").c_str(), FALSE));
-    write_file(dir.at("TSLDLANG.DLL"), "[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\n");
+    write_file(dir.at("TSLDLANG.DLL"), "[MAIN]\r\n[TESTLANG]\r\nX3061=Bad~syntax|here\r\nX504=\r\n");
     Dll copy;
     ASSERT_TRUE(copy.load(dir.at("TSLLANGT.DLL").c_str()));
     {
@@ -153,12 +153,18 @@ TEST_F(CoreWindows, LanguageFileTextsReplaceTheTableByTheLanguageSetting) {
         host.run(crlf({"IntControl(26, \"\", \"\", \"\", \"\")", "x = 1 +"}));
         host.run("x = 1 / 0\r\n");
         host.run("Echo(VersionDll())\r\n");
+        // A menu message whose text the language file leaves empty shows its number.
+        auto load = (TslLoadStandardMenuProc)(void*)GetProcAddress(copy.module, "LoadStandardMenu");
+        TslMenuRecord rec = {};
+        strcpy(rec.path, "no-such-menu.mnu");
+        EXPECT_EQ(NULL, load(host.ctx, NULL, 100, 200, &rec, "Lang", NULL, TSL_MENU_NEW_POPUP));
         user.finish();
         std::vector<std::string> captions;
         for (auto& b : user.seen()) captions.push_back(b.caption);
         // ~ is a line break, | a tab; a key the file lacks comes from the table
-        EXPECT_EQ((std::vector<std::string>{"3061:  Illegal Syntax", "3061:  Bad\nsyntax\there", "3062:  Attempt to divide by zero"}),
+        EXPECT_EQ((std::vector<std::string>{"3061:  Illegal Syntax", "3061:  Bad\nsyntax\there", "3062:  Attempt to divide by zero", "Lang"}),
                   captions);
+        EXPECT_EQ("Undefined error code -> 504\nno-such-menu.mnu", user.seen().back().text);
         EXPECT_EQ("1.3a\n", host.out) << "numbers below 100 always come from the table";
     }
     copy.unload();
