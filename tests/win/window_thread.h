@@ -1,10 +1,31 @@
-// Windows of "another program" for the window-function tests: a thread of
-// the test with its own message loop owns them, so that messages posted to
-// them are handled there while the script runs on the test's main thread.
-// Also a wait for a window's state (never a fixed sleep).
+// What the tests of boxes, windows, keys and launching share: a fixture
+// that runs one expression at a time; windows of "another program", owned
+// by a thread of the test with its own message loop, so that messages posted
+// to them are handled there while the script runs on the test's main
+// thread; a wait for a window's state (never a fixed sleep).
 #pragma once
 #include "host_harness.h"
 #include <condition_variable>
+
+// A context in console mode (reports go to standard error) without sounds.
+class ScriptTest : public DllTest {
+protected:
+    HostContext host;
+    void SetUp() override { g_dll.console(1); host.lock()->sounds = 0; host.unlock(); }
+    void TearDown() override { g_dll.console(0); }
+    // Runs "r = <expr>" with `owner` as the host window, expects the run's
+    // error to be `error` and gives r (a failed call leaves 0 there).
+    std::string eval(const std::string& expr, HWND owner = NULL, long error = 0) {
+        host.service(TSL_SERVICE_SET_VAR, (LPARAM) "r", (LPARAM) "<unset>");
+        host.run("r = " + expr + "\r\n", HostContext::echo_proc, HostContext::kEcho, owner);
+        EXPECT_EQ(error, host.error()) << expr;
+        return host.get("r");
+    }
+    // Each call with the error it must end in.
+    void expect_errors(const std::vector<std::pair<std::string, long>>& calls, HWND owner = NULL) {
+        for (auto& c : calls) eval(c.first, owner, c.second);
+    }
+};
 
 // Polls `done` every 10 ms for up to `ms`, handling this thread's messages meanwhile.
 inline bool wait_for(const std::function<bool()>& done, DWORD ms = 8000) {
@@ -71,6 +92,13 @@ private:
 };
 
 inline std::string hwnd_text(HWND w) { return std::to_string((long long)(INT_PTR)w); }
+
+inline std::string rect_text(const RECT& r) {
+    return std::to_string(r.left) + "," + std::to_string(r.top) + "," + std::to_string(r.right) + "," +
+           std::to_string(r.bottom);
+}
+
+inline RECT window_rect(HWND w) { RECT r; GetWindowRect(w, &r); return r; }
 
 inline std::string title_of(HWND w) {
     char t[300] = "";
