@@ -111,7 +111,8 @@ TEST_F(DialogBoxTest, OpeningStateFocusAndGeometry) {
                    for (int id : {SMALL, LARGE, MILK, SUGAR})
                        checked[id] = (int)SendDlgItemMessageA(b.window, id, BM_GETCHECK, 0, 0);
                    texts = b.items;
-                   GUITHREADINFO gi = {sizeof gi};
+                   GUITHREADINFO gi = {};
+                   gi.cbSize = sizeof gi;
                    GetGUIThreadInfo(GetWindowThreadProcessId(b.window, NULL), &gi);
                    focus = gi.hwndFocus;
                    focus_want = GetDlgItem(b.window, NAME_EDIT);

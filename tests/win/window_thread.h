@@ -7,6 +7,18 @@
 #include "host_harness.h"
 #include <condition_variable>
 
+// Polls `done` every 10 ms for up to `ms`, handling this thread's messages meanwhile.
+inline bool wait_for(const std::function<bool()>& done, DWORD ms = 8000) {
+    DWORD start = GetTickCount();
+    for (;;) {
+        if (done()) return true;
+        if (GetTickCount() - start > ms) return false;
+        MSG msg;
+        while (PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE)) { TranslateMessage(&msg); DispatchMessageA(&msg); }
+        Sleep(10);
+    }
+}
+
 // A context in console mode (reports go to standard error) without sounds.
 class ScriptTest : public DllTest {
 protected:
@@ -21,23 +33,16 @@ protected:
         EXPECT_EQ(error, host.error()) << expr;
         return host.get("r");
     }
-    // Each call with the error it must end in.
-    void expect_errors(const std::vector<std::pair<std::string, long>>& calls, HWND owner = NULL) {
-        for (auto& c : calls) eval(c.first, owner, c.second);
+    // One step of a script played against windows: an expression, its
+    // result and error, and a state to wait for afterwards.
+    struct Step { int line; std::string expr, result; long error = 0; std::function<bool()> until = nullptr; };
+    void play(const std::vector<Step>& steps, HWND owner = NULL) {
+        for (auto& s : steps) {
+            EXPECT_EQ(s.result, eval(s.expr, owner, s.error)) << "step at line " << s.line;
+            if (s.until) { EXPECT_TRUE(wait_for(s.until)) << "step at line " << s.line; }
+        }
     }
 };
-
-// Polls `done` every 10 ms for up to `ms`, handling this thread's messages meanwhile.
-inline bool wait_for(const std::function<bool()>& done, DWORD ms = 8000) {
-    DWORD start = GetTickCount();
-    for (;;) {
-        if (done()) return true;
-        if (GetTickCount() - start > ms) return false;
-        MSG msg;
-        while (PeekMessageA(&msg, NULL, 0, 0, PM_REMOVE)) { TranslateMessage(&msg); DispatchMessageA(&msg); }
-        Sleep(10);
-    }
-}
 
 class WindowThread {
 public:
@@ -90,6 +95,12 @@ private:
     DWORD id_ = 0;
     std::thread thread_;
 };
+
+// Presses (down) or releases Ctrl+Break on the whole display.
+inline void ctrl_break(bool down) {
+    for (BYTE k : down ? std::vector<BYTE>{VK_CONTROL, VK_CANCEL} : std::vector<BYTE>{VK_CANCEL, VK_CONTROL})
+        keybd_event(k, (BYTE)MapVirtualKeyA(k, 0), down ? 0 : KEYEVENTF_KEYUP, 0);
+}
 
 inline std::string hwnd_text(HWND w) { return std::to_string((long long)(INT_PTR)w); }
 
