@@ -7,15 +7,11 @@ class DialogBoxTest : public ScriptTest {
 protected:
     void SetUp() override { ScriptTest::SetUp(); g_dll.console(0); }
     // The window variables of dialog "d" and its controls, one definition each.
-    static std::string describe(const std::vector<std::string>& controls, const char* caption = "Test dialog") {
-        std::string s = "dFormat = \"TSLDLGED,4.0\"\r\ndCaption = \"" + std::string(caption) +
-                        "\"\r\ndX = 10\r\ndY = 20\r\ndWidth = 200\r\ndHeight = 100\r\ndNumControls = " +
-                        std::to_string(controls.size()) + "\r\n";
-        for (size_t i = 0; i < controls.size(); i++) {
-            char n[8];
-            snprintf(n, sizeof n, "%02u", (unsigned)(i + 1));
-            s += std::string("d") + n + " = '" + controls[i] + "'\r\n";
-        }
+    static std::string describe(const std::vector<std::string>& controls) {
+        std::string s = "dFormat = \"TSLDLGED,4.0\"\r\ndCaption = \"Test dialog\"\r\ndX = 10\r\ndY = 20\r\ndWidth = 200\r\n"
+                        "dHeight = 100\r\ndNumControls = " + std::to_string(controls.size()) + "\r\n";
+        for (size_t i = 0; i < controls.size(); i++)
+            s += (i < 9 ? "d0" : "d") + std::to_string(i + 1) + " = '" + controls[i] + "'\r\n";
         return s;
     }
     // Runs the setup and "r = DialogBox("d", "")"; the user plays the dialog.
