@@ -16,6 +16,7 @@ protected:
         user.finish();
         return r;
     }
+    void answer_rows(bool lists);   // the table below, its standard boxes or its lists
     // The one box the user saw.
     static SeenBox only(User& user) {
         auto seen = user.seen();
@@ -42,11 +43,64 @@ static std::string shown(const SeenBox& b) {
     return s + (b.cancel ? "" : "|no cancel") + (b.icon ? "|icon" : "");
 }
 
+// The templates in dialog units: the client area, the controls, the fixed
+// drop-shadow bars of an answer field (a list's bars are placed from the
+// system font's sizes).
+struct Units { int x, y, w, h; };
+struct Template { Units client; std::map<int, Units> controls; std::vector<Units> bars; };
+static const std::map<std::string, Template> kTemplates = {
+    {"AskLine", {{0, 0, 175, 82}, {{BOX_PROMPT, {5, 7, 164, 32}}, {BOX_ANSWER, {5, 41, 164, 12}}, {IDOK, {15, 65, 60, 14}},
+                  {IDCANCEL, {101, 65, 60, 14}}}, {{8, 53, 163, 2}, {169, 44, 2, 9}}}},
+    {"AskPassword", {{0, 0, 175, 58}, {{BOX_PROMPT, {5, 7, 164, 8}}, {BOX_ANSWER, {5, 17, 164, 12}}, {IDOK, {15, 41, 60, 14}},
+                      {IDCANCEL, {101, 41, 60, 14}}}, {{8, 29, 163, 2}, {169, 20, 2, 9}}}},
+    {"ItemSelect", {{0, 0, 200, 141}, {{BOX_LIST, {3, 3, 188, 113}}, {IDOK, {24, 124, 60, 14}}, {IDCANCEL, {119, 124, 60, 14}}}, {}}},
+    {"Text", {{0, 0, 206, 174}, {{BOX_LIST, {6, 3, 189, 145}}, {IDOK, {21, 157, 70, 14}}, {IDCANCEL, {119, 157, 70, 14}}}, {}}},
+};
+
+// Where the box `d` of template `t` has its parts against where they belong
+// ("" when all are in place): position and size map separately, as the
+// dialog manager does; a list keeps to whole lines; its styles and font.
+static std::string misplaced(HWND d, const Template& t, bool fixed, int cw, int ch) {
+    auto px = [d](Units u) {
+        RECT r = {u.x, u.y, u.w, u.h};
+        MapDialogRect(d, &r);
+        return RECT{r.left, r.top, r.left + r.right, r.top + r.bottom};
+    };
+    auto at = [d](HWND c) { RECT r = window_rect(c); MapWindowPoints(NULL, d, (POINT*)&r, 2); return r; };
+    HWND list = GetDlgItem(d, BOX_LIST);
+    RECT client;
+    GetClientRect(d, &client);
+    std::string want = "client " + rect_text(px(t.client)), got = "client " + rect_text(client);
+    for (auto& c : t.controls) {
+        RECT w = px(c.second), r = at(GetDlgItem(d, c.first));
+        if (c.first == BOX_LIST && r.bottom <= w.bottom && w.bottom - r.bottom < SendMessageA(list, LB_GETITEMHEIGHT, 0, 0))
+            r.bottom = w.bottom;
+        want += " " + std::to_string(c.first) + " " + rect_text(w);
+        got += " " + std::to_string(c.first) + " " + rect_text(r);
+    }
+    for (auto& u : t.bars) want += " bar " + rect_text(px(u));
+    for (HWND c = GetWindow(d, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))
+        if ((GetWindowLongA(c, GWL_STYLE) & SS_TYPEMASK) == SS_BLACKRECT) got += " bar " + rect_text(at(c));
+    if (list) {
+        RECT l = at(list);
+        want += " bar " + rect_text({l.left + cw / 2, l.bottom, l.right + cw / 2, l.bottom + ch / 3}) + " bar " +
+                rect_text({l.right, l.top + ch / 3, l.right + cw / 2, l.bottom + ch / 3}) + " list style" + (fixed ? " fixed" : "");
+        LONG style = GetWindowLongA(list, GWL_STYLE), want_style = LBS_NOTIFY | LBS_SORT | LBS_USETABSTOPS;
+        bool border = (style & WS_BORDER) || (GetWindowLongA(list, GWL_EXSTYLE) & WS_EX_CLIENTEDGE);
+        got += (style & want_style) == want_style && border ? " list style" : " list style wrong";
+        if ((HFONT)SendMessageA(list, WM_GETFONT, 0, 0) == GetStockObject(SYSTEM_FIXED_FONT)) got += " fixed";
+    }
+    if ((GetWindowLongA(d, GWL_STYLE) & (WS_POPUP | WS_CAPTION)) != (WS_POPUP | WS_CAPTION)) got += " not a popup";
+    return want == got ? "" : want + "\n" + got;
+}
+
 enum { CHOOSE_BY_DOUBLE_CLICK = -2 };
 
-// Every box, owned by the host window: what it showed, what the user typed
-// or chose and pressed, the result and the error (Cancel stops with 9999).
-TEST_F(Boxes, AnsweredByTheUser) {
+// Every box, owned by the host window: what it showed and where, what the
+// user typed or chose and pressed, the result and the error (Cancel stops
+// with 9999). IntControl 40 gives the lists a fixed-pitch font.
+// (Each box costs Wine about two seconds to close: two tests share the table.)
+void Boxes::answer_rows(bool lists) {
     write_file(dir.at("f.txt"), "pear\r\napple\r\n\r\nfig\r\n");
     std::string f = dir.at("f.txt"), missing = dir.at("none.txt"), d256(256, 'd');
     const std::string fruit = "Fruit||[apple/fig/pear]|&Ok &Cancel", file = "File||[pear/apple//fig]|&Ok &Cancel";
@@ -79,13 +133,25 @@ TEST_F(Boxes, AnsweredByTheUser) {
         {__LINE__, "TextBox(\"File\", \"" + f + "\")", nullptr, 1, IDCANCEL, "0", 9999, file},
         {__LINE__, "TextBox(\"Gone\", \"" + missing + "\")", nullptr, 0, IDOK, "Error opening/finding file:", 0,
          "Gone||[Error opening/finding file:/" + missing + "]|&Ok &Cancel"},
+        {__LINE__, "StrCat(IntControl(40, \"1\", \"\", \"\", \"\"), TextSelect(\"T\", \"x\", \"|\"))", nullptr, 0, IDOK, "0x", 0,
+         "T||[x]|&Ok &Cancel"},
+        {__LINE__, "StrCat(IntControl(40, \"0\", \"\", \"\", \"\"), TextBox(\"File\", \"" + f + "\"))", nullptr, 0, IDOK, "1pear", 0, file},
     };
+    int cw = host.lock()->font_width, ch = host.lock()->font_height;
+    host.unlock();
+    host.unlock();
     HWND owner = test_window("TslBoxOwner", DefWindowProcA, "owner", WS_OVERLAPPEDWINDOW, 200, 100);
     for (auto& r : rows) {
+        if (lists != (r.call.find("Select") != std::string::npos || r.call.find("Text") != std::string::npos)) continue;
         SCOPED_TRACE(r.line);
-        std::string saw;
+        std::string saw, placed;
+        auto templ = kTemplates.end();
+        for (auto t = kTemplates.begin(); t != kTemplates.end(); ++t)
+            if (r.call.find(t->first) != std::string::npos) templ = t;   // the function names its template
         User user([&](const SeenBox& b) {
             saw = shown(b);
+            if (templ != kTemplates.end())
+                placed = misplaced(b.window, templ->second, r.call.find("IntControl(40, \"1\"") != std::string::npos, cw, ch);
             if (r.type) SetDlgItemTextA(b.window, BOX_ANSWER, r.type);
             HWND list = GetDlgItem(b.window, BOX_LIST);
             if (r.select >= 0) SendMessageA(list, LB_SETCURSEL, r.select, 0);
@@ -96,9 +162,12 @@ TEST_F(Boxes, AnsweredByTheUser) {
         EXPECT_EQ(r.result, ask(r.call, user, r.error, owner));
         EXPECT_EQ(owner, only(user).owner);
         EXPECT_EQ(r.shown, saw);
+        EXPECT_EQ("", placed);
     }
     DestroyWindow(owner);
 }
+TEST_F(Boxes, StandardBoxesAnsweredByTheUser) { answer_rows(false); }
+TEST_F(Boxes, ListBoxesAnsweredByTheUser) { answer_rows(true); }
 
 // ButtonNames name the buttons of the next OK/Cancel box only (a list box
 // too); an empty name keeps the default; the platform boxes neither use nor
@@ -120,78 +189,6 @@ TEST_F(Boxes, ButtonNamesForTheNextBoxOnly) {
         for (auto& script : r.runs) host.run(script);
         user.finish();
         EXPECT_EQ(r.shown, saw) << "row at line " << r.line;
-    }
-}
-
-// The templates as created, in dialog units (position and size map
-// separately, as the dialog manager does; a list keeps to whole lines); the
-// drop shadow: fixed bars at an answer field, bars placed from the system
-// font's sizes at a list; the list's styles and its fixed-pitch option.
-TEST_F(Boxes, TemplatesAsCreated) {
-    struct U { int x, y, w, h; };
-    struct { int line; const char* call; U client; std::map<int, U> controls; std::vector<U> bars; bool fixed; } rows[] = {
-        {__LINE__, "AskLine(\"a\", \"b\", \"c\")", {0, 0, 175, 82},
-         {{BOX_PROMPT, {5, 7, 164, 32}}, {BOX_ANSWER, {5, 41, 164, 12}}, {IDOK, {15, 65, 60, 14}}, {IDCANCEL, {101, 65, 60, 14}}},
-         {{8, 53, 163, 2}, {169, 44, 2, 9}}, false},
-        {__LINE__, "AskPassword(\"a\", \"b\")", {0, 0, 175, 58},
-         {{BOX_PROMPT, {5, 7, 164, 8}}, {BOX_ANSWER, {5, 17, 164, 12}}, {IDOK, {15, 41, 60, 14}}, {IDCANCEL, {101, 41, 60, 14}}},
-         {{8, 29, 163, 2}, {169, 20, 2, 9}}, false},
-        {__LINE__, "ItemSelect(\"a\", \"b\", \"|\")", {0, 0, 200, 141},
-         {{BOX_LIST, {3, 3, 188, 113}}, {IDOK, {24, 124, 60, 14}}, {IDCANCEL, {119, 124, 60, 14}}}, {}, false},
-        {__LINE__, "StrCat(IntControl(40, \"1\", \"\", \"\", \"\"), TextSelect(\"a\", \"b\", \"|\"))", {0, 0, 206, 174},
-         {{BOX_LIST, {6, 3, 189, 145}}, {IDOK, {21, 157, 70, 14}}, {IDCANCEL, {119, 157, 70, 14}}}, {}, true},
-        {__LINE__, "StrCat(IntControl(40, \"0\", \"\", \"\", \"\"), TextBox(\"a\", \"nothing.txt\"))", {0, 0, 206, 174},
-         {{BOX_LIST, {6, 3, 189, 145}}, {IDOK, {21, 157, 70, 14}}, {IDCANCEL, {119, 157, 70, 14}}}, {}, false},
-    };
-    int cw = host.lock()->font_width, ch = host.lock()->font_height;
-    host.unlock();
-    host.unlock();
-    auto px = [](HWND dlg, U u) {
-        RECT r = {u.x, u.y, u.w, u.h};
-        MapDialogRect(dlg, &r);
-        return RECT{r.left, r.top, r.left + r.right, r.top + r.bottom};
-    };
-    auto at = [](HWND dlg, HWND c) {
-        RECT r = window_rect(c);
-        MapWindowPoints(NULL, dlg, (POINT*)&r, 2);
-        return r;
-    };
-    for (auto& row : rows) {
-        std::string want, got;
-        User user([&](const SeenBox& b) {
-            HWND d = b.window, list = GetDlgItem(d, BOX_LIST);
-            RECT client;
-            GetClientRect(d, &client);
-            want = "client " + rect_text(px(d, row.client));
-            got = "client " + rect_text(client);
-            for (auto& c : row.controls) {
-                RECT w = px(d, c.second), r = at(d, GetDlgItem(d, c.first));
-                if (c.first == BOX_LIST && r.bottom <= w.bottom && w.bottom - r.bottom < SendMessageA(list, LB_GETITEMHEIGHT, 0, 0))
-                    r.bottom = w.bottom;
-                want += " " + std::to_string(c.first) + " " + rect_text(w);
-                got += " " + std::to_string(c.first) + " " + rect_text(r);
-            }
-            for (auto& u : row.bars) want += " bar " + rect_text(px(d, u));
-            if (list) {
-                RECT l = at(d, list);
-                want += " bar " + rect_text({l.left + cw / 2, l.bottom, l.right + cw / 2, l.bottom + ch / 3}) +
-                        " bar " + rect_text({l.right, l.top + ch / 3, l.right + cw / 2, l.bottom + ch / 3}) +
-                        " list style" + (row.fixed ? " fixed" : "");
-            }
-            for (HWND c = GetWindow(d, GW_CHILD); c; c = GetWindow(c, GW_HWNDNEXT))
-                if ((GetWindowLongA(c, GWL_STYLE) & SS_TYPEMASK) == SS_BLACKRECT) got += " bar " + rect_text(at(d, c));
-            if (list) {
-                LONG style = GetWindowLongA(list, GWL_STYLE), want_style = LBS_NOTIFY | LBS_SORT | LBS_USETABSTOPS;
-                bool border = (style & WS_BORDER) || (GetWindowLongA(list, GWL_EXSTYLE) & WS_EX_CLIENTEDGE);
-                got += (style & want_style) == want_style && border ? " list style" : " list style wrong";
-                if ((HFONT)SendMessageA(list, WM_GETFONT, 0, 0) == GetStockObject(SYSTEM_FIXED_FONT)) got += " fixed";
-            }
-            if ((GetWindowLongA(d, GWL_STYLE) & (WS_POPUP | WS_CAPTION)) != (WS_POPUP | WS_CAPTION)) got += " not a popup";
-            return IDOK;
-        });
-        ask(row.call, user);
-        only(user);
-        EXPECT_EQ(want, got) << "row at line " << row.line;
     }
 }
 
