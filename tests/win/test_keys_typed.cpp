@@ -11,16 +11,11 @@ namespace {
 std::string g_keys;   // what the recorder received: "+Shift +A -A -Shift"
 
 std::string key_name(unsigned vk) {
-    switch (vk) {
-    case VK_SHIFT: return "Shift";
-    case VK_CONTROL: return "Ctrl";
-    case VK_MENU: return "Alt";
-    case VK_RETURN: return "Enter";
-    }
+    static const std::map<unsigned, std::string> named = {{VK_SHIFT, "Shift"}, {VK_CONTROL, "Ctrl"}, {VK_MENU, "Alt"},
+                                                          {VK_RETURN, "Enter"}};
     char name[8];
-    if ((vk >= 'A' && vk <= 'Z') || (vk >= '0' && vk <= '9')) snprintf(name, sizeof name, "%c", vk);
-    else snprintf(name, sizeof name, "x%02X", vk);
-    return name;
+    snprintf(name, sizeof name, (vk >= 'A' && vk <= 'Z') || (vk >= '0' && vk <= '9') ? "%c" : "x%02X", vk);
+    return named.count(vk) ? named.at(vk) : name;
 }
 
 // Key messages are recorded and kept from the default handling (Alt+F4 would close the window).
@@ -32,8 +27,6 @@ LRESULT CALLBACK recorder_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
     }
     return DefWindowProcA(w, msg, wp, lp);
 }
-
-void key(BYTE vk, bool down) { keybd_event(vk, (BYTE)MapVirtualKeyA(vk, 0), down ? 0 : KEYEVENTF_KEYUP, 0); }
 
 class KeysTyped : public ScriptTest {
 protected:

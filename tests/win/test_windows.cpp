@@ -76,31 +76,28 @@ TEST_F(Windows, WinItemizeListsTitledWindowsInZOrder) {
     EXPECT_EQ(3096, small.error());
 }
 
-// Every show-state function on the host window (changed at once) and on
-// another thread's window (posted a system command that its own loop carries out).
+// Every show-state function on the host window, changed at once (another
+// program's window is posted a system command: the notepad test); an iconic
+// window of another thread restored.
 TEST_F(Windows, ShowStateFunctionsOnHostAndOtherWindows) {
     auto visible = [](HWND w) { return IsWindowVisible(w) != 0; };
-    struct { int line; const char* fn; DWORD style; std::function<bool(HWND)> state; bool host_too; } rows[] = {
+    struct { int line; const char* fn; DWORD style; std::function<bool(HWND)> state; bool as_host; } rows[] = {
         {__LINE__, "WinHide", WS_OVERLAPPEDWINDOW | WS_VISIBLE, [&](HWND w) { return !visible(w); }, true},
         {__LINE__, "WinIconize", WS_OVERLAPPEDWINDOW | WS_VISIBLE, [](HWND w) { return IsIconic(w) != 0; }, true},
         {__LINE__, "WinZoom", WS_OVERLAPPEDWINDOW | WS_VISIBLE, [](HWND w) { return IsZoomed(w) != 0; }, true},
         {__LINE__, "WinShow", WS_OVERLAPPEDWINDOW, visible, true},   // hidden: shown
         {__LINE__, "WinShow", WS_OVERLAPPEDWINDOW | WS_VISIBLE | WS_MINIMIZE,
-         [&](HWND w) { return visible(w) && !IsIconic(w); }, false},   // iconic: restored (not the host)
+         [&](HWND w) { return visible(w) && !IsIconic(w); }, false},   // iconic: restored
     };
     for (auto& r : rows) {
-        for (bool as_host : {true, false}) {
-            if (as_host && !r.host_too) continue;
-            HWND w = as_host ? host_window("ZqShow target", r.style) : other.make("ZqShow target", r.style);
-            if (r.style & WS_MINIMIZE) ShowWindow(w, SW_SHOWMINNOACTIVE);
-            EXPECT_EQ("1", eval(std::string(r.fn) + (as_host ? "(\"\")" : "(\"ZqShow target\")"), as_host ? w : NULL))
-                << "row at line " << r.line;
-            EXPECT_TRUE(as_host ? r.state(w) : wait_for([&] { return r.state(w); }))
-                << "row at line " << r.line << (as_host ? ": the host window changes at once" : "");
-            if (as_host) DestroyWindow(w);
-            else PostMessageA(w, WM_CLOSE, 0, 0);
-            wait_for([&] { return !IsWindow(w); });
-        }
+        HWND w = r.as_host ? host_window("ZqShow target", r.style) : other.make("ZqShow target", r.style);
+        if (r.style & WS_MINIMIZE) ShowWindow(w, SW_SHOWMINNOACTIVE);
+        EXPECT_EQ("1", eval(std::string(r.fn) + (r.as_host ? "(\"\")" : "(\"ZqShow target\")"), r.as_host ? w : NULL))
+            << "row at line " << r.line;
+        EXPECT_TRUE(r.as_host ? r.state(w) : wait_for([&] { return r.state(w); })) << "row at line " << r.line;
+        if (r.as_host) DestroyWindow(w);
+        else PostMessageA(w, WM_CLOSE, 0, 0);
+        wait_for([&] { return !IsWindow(w); });
     }
 }
 
@@ -243,17 +240,12 @@ TEST_F(Windows, AppExistByFileNameOfProgramsAndModules) {
     char exe[MAX_PATH];
     GetModuleFileNameA(NULL, exe, sizeof exe);
     std::string path = exe, file = path.substr(path.rfind('\\') + 1), stem = file.substr(0, file.rfind('.'));
-    struct { int line; std::string name; const char* found; } rows[] = {
-        {__LINE__, path, "1"}, {__LINE__, file, "1"}, {__LINE__, stem, "1"}, {__LINE__, std::string("X") + file, "0"},
-        {__LINE__, "C:\\elsewhere\\" + file, "1"},           // the directory is not compared
-        {__LINE__, "TSLPR32I.DLL", "1"}, {__LINE__, "tslpr32i", "1"},   // a module of this program
-        {__LINE__, stem + ".dll", "0"},                      // an extension given must match
-        {__LINE__, "tslnosuchprogram.exe", "0"}, {__LINE__, "", "0"},
-    };
-    for (auto& r : rows) {
-        host.service(TSL_SERVICE_SET_VAR, (LPARAM) "name", (LPARAM)r.name.c_str());
-        EXPECT_EQ(r.found, eval("AppExist(name)")) << "row at line " << r.line << ": " << r.name;
-    }
+    auto app = [](const std::string& name) { return "AppExist(\"" + name + "\")"; };
+    play({{__LINE__, app(path), "1"}, {__LINE__, app(file), "1"}, {__LINE__, app(stem), "1"}, {__LINE__, app("X" + file), "0"},
+          {__LINE__, app("C:\\elsewhere\\" + file), "1"},           // the directory is not compared
+          {__LINE__, app("TSLPR32I.DLL"), "1"}, {__LINE__, app("tslpr32i"), "1"},   // a module of this program
+          {__LINE__, app(stem + ".dll"), "0"},                      // an extension given must match
+          {__LINE__, app("tslnosuchprogram.exe"), "0"}, {__LINE__, app(""), "0"}});
 }
 
 // SendMenusTo finds an item by its text through the submenus and posts its
@@ -309,24 +301,22 @@ TEST_F(WinPlace, WinPlaceClampsEachStep) {
     SystemParametersInfoA(SPI_GETWORKAREA, 0, &work, 0);
     int icons = work.bottom - GetSystemMetrics(SM_CYMINSPACING);
     // Each row starts from the window at 10,10 sized 300 x 200.
-    struct { int line; int v[4]; RECT expected; } rows[] = {
-        {__LINE__, {0, 0, 500, 500}, {0, 0, px(500), py(500)}},
-        {__LINE__, {250, 100, 750, 900}, {px(250), py(100), px(750), py(900)}},
+    struct { int line; const char* v; RECT expected; } rows[] = {
+        {__LINE__, "0, 0, 500, 500", {0, 0, px(500), py(500)}},
+        {__LINE__, "250, 100, 750, 900", {px(250), py(100), px(750), py(900)}},
         // -999; the width is cut to the screen's, then the left edge raised to (minimum - width)
-        {__LINE__, {-5000, 0, 500, 500}, {min_w - sw, 0, min_w, py(500)}},
+        {__LINE__, "-5000, 0, 500, 500", {min_w - sw, 0, min_w, py(500)}},
         // 2000: the left and top edges come back to leave a minimum window on the screen
-        {__LINE__, {2000, 2000, 3000, 3000}, {sw - min_w, sh - min_h, 2 * sw - min_w, 2 * sh - min_h}},
-        {__LINE__, {100, 100, 0, 0}, {px(100), py(100), px(100) + 300, py(100) + 200}},   // 0, 0 keep the size
-        {__LINE__, {100, 100, 101, 101}, {px(100), py(100), px(100) + min_w, py(100) + min_h}},
-        {__LINE__, {100, 200, 600, 1}, {px(100), py(200), px(600), icons}},      // @aboveicons
-        {__LINE__, {0, 0, 0, 0}, {0, 0, 300, 200}},
-        {__LINE__, {-999, -999, -999, -999}, {min_w - sw, min_h - sh, min_w, min_h}},
+        {__LINE__, "2000, 2000, 3000, 3000", {sw - min_w, sh - min_h, 2 * sw - min_w, 2 * sh - min_h}},
+        {__LINE__, "100, 100, 0, 0", {px(100), py(100), px(100) + 300, py(100) + 200}},   // 0, 0 keep the size
+        {__LINE__, "100, 100, 101, 101", {px(100), py(100), px(100) + min_w, py(100) + min_h}},
+        {__LINE__, "100, 200, 600, 1", {px(100), py(200), px(600), icons}},      // @aboveicons
+        {__LINE__, "0, 0, 0, 0", {0, 0, 300, 200}},
+        {__LINE__, "-999, -999, -999, -999", {min_w - sw, min_h - sh, min_w, min_h}},
     };
     for (auto& r : rows) {
         SetWindowPos(target, NULL, 10, 10, 300, 200, SWP_NOZORDER | SWP_NOACTIVATE);
-        std::string call = "WinPlace(" + std::to_string(r.v[0]) + ", " + std::to_string(r.v[1]) + ", " +
-                           std::to_string(r.v[2]) + ", " + std::to_string(r.v[3]) + ", \"ZqPlace\")";
-        EXPECT_EQ("1", eval(call, target)) << "row at line " << r.line;
+        EXPECT_EQ("1", eval(std::string("WinPlace(") + r.v + ", \"ZqPlace\")", target)) << "row at line " << r.line;
         EXPECT_EQ(rect_text(r.expected), rect_text(window_rect(target))) << "row at line " << r.line;
         EXPECT_EQ(virt(window_rect(target), ","), eval("WinPosition(\"ZqPlace\")", target)) << "row at line " << r.line;
     }

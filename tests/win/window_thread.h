@@ -5,7 +5,7 @@
 // thread; a wait for a window's state (never a fixed sleep).
 #pragma once
 #include "host_harness.h"
-#include <condition_variable>
+#include <future>
 
 // Polls `done` every 10 ms for up to `ms`, handling this thread's messages meanwhile.
 inline bool wait_for(const std::function<bool()>& done, DWORD ms = 8000) {
@@ -46,24 +46,18 @@ protected:
 
 class WindowThread {
 public:
-    WindowThread() : thread_([this] { loop(); }) {
-        std::unique_lock<std::mutex> lock(mutex_);
-        ready_.wait(lock, [this] { return id_ != 0; });
-    }
+    WindowThread() : thread_([this] { loop(); }) { id_ = started_.get_future().get(); }
     ~WindowThread() { PostThreadMessageA(id_, WM_QUIT, 0, 0); thread_.join(); }
     // A top-level window of class "TslWinOther" made on the thread; menu may be NULL.
-    HWND make(const char* title, DWORD style = WS_OVERLAPPEDWINDOW, HMENU menu = NULL, int x = 20, int y = 20,
-              int w = 300, int h = 200) {
-        Request r{title, style, menu, x, y, w, h, NULL, CreateEventA(NULL, TRUE, FALSE, NULL)};
+    HWND make(const char* title, DWORD style = WS_OVERLAPPEDWINDOW, HMENU menu = NULL) {
+        Request r{title, style, menu, {}};
         PostThreadMessageA(id_, WM_APP, 0, (LPARAM)&r);
-        WaitForSingleObject(r.done, 10000);
-        CloseHandle(r.done);
-        return r.made;
+        return r.made.get_future().get();
     }
     static inline std::atomic<UINT> last_command{0};   // the last WM_COMMAND id any such window received
 
 private:
-    struct Request { const char* title; DWORD style; HMENU menu; int x, y, w, h; HWND made; HANDLE done; };
+    struct Request { const char* title; DWORD style; HMENU menu; std::promise<HWND> made; };
     static LRESULT CALLBACK proc(HWND w, UINT m, WPARAM wp, LPARAM lp) {
         if (m == WM_COMMAND) last_command = LOWORD(wp);
         return DefWindowProcA(w, m, wp, lp);
@@ -76,30 +70,24 @@ private:
         wc.hInstance = GetModuleHandleA(NULL);
         wc.lpszClassName = "TslWinOther";
         RegisterClassA(&wc);
-        { std::lock_guard<std::mutex> lock(mutex_); id_ = GetCurrentThreadId(); }
-        ready_.notify_all();
+        started_.set_value(GetCurrentThreadId());
         while (GetMessageA(&msg, NULL, 0, 0) > 0) {
-            if (!msg.hwnd && msg.message == WM_APP) {
-                Request* r = (Request*)msg.lParam;
-                r->made = CreateWindowA("TslWinOther", r->title, r->style, r->x, r->y, r->w, r->h, NULL, r->menu,
-                                        GetModuleHandleA(NULL), NULL);
-                SetEvent(r->done);
-                continue;
-            }
-            TranslateMessage(&msg);
-            DispatchMessageA(&msg);
+            if (msg.hwnd || msg.message != WM_APP) { TranslateMessage(&msg); DispatchMessageA(&msg); continue; }
+            Request* r = (Request*)msg.lParam;
+            r->made.set_value(CreateWindowA("TslWinOther", r->title, r->style, 20, 20, 300, 200, NULL, r->menu,
+                                            wc.hInstance, NULL));
         }
     }
-    std::mutex mutex_;
-    std::condition_variable ready_;
+    std::promise<DWORD> started_;
     DWORD id_ = 0;
     std::thread thread_;
 };
 
-// Presses (down) or releases Ctrl+Break on the whole display.
+// Presses (down) or releases a key, or Ctrl+Break, on the whole display.
+inline void key(BYTE vk, bool down) { keybd_event(vk, (BYTE)MapVirtualKeyA(vk, 0), down ? 0 : KEYEVENTF_KEYUP, 0); }
 inline void ctrl_break(bool down) {
-    for (BYTE k : down ? std::vector<BYTE>{VK_CONTROL, VK_CANCEL} : std::vector<BYTE>{VK_CANCEL, VK_CONTROL})
-        keybd_event(k, (BYTE)MapVirtualKeyA(k, 0), down ? 0 : KEYEVENTF_KEYUP, 0);
+    key(down ? VK_CONTROL : VK_CANCEL, down);
+    key(down ? VK_CANCEL : VK_CONTROL, down);
 }
 
 inline std::string hwnd_text(HWND w) { return std::to_string((long long)(INT_PTR)w); }
