@@ -65,65 +65,56 @@ TEST_F(DialogBoxTest, DefinitionErrors) {
     }
 }
 
-// Buttons, radio groups, check boxes and edit fields, pressed by the user;
-// the result and what the ending stored.
-TEST_F(DialogBoxTest, ButtonsAndTheEnding) {
-    const char* start = "name = \"Ann\"\r\nsize = 2\r\nextras = 3\r\n";
+// What the dialog shows when it opens (initial states, captions, focus, the
+// window and its controls placed in dialog units, only the file list taking
+// its height); buttons, radio groups, check boxes and edit fields pressed by
+// the user; the result and what the ending stored (any button but Cancel
+// stores): a check box adds its value to the variable, an unchecked one
+// empties it (0).
+TEST_F(DialogBoxTest, OpeningButtonsAndTheEnding) {
+    std::vector<std::string> controls = kOrder;
+    controls.push_back("8, 86, 60, 40, FILELISTBOX, files, \"\"");
+    std::string setup = "ButtonNames(\"\", \"Stop\")\r\nname = \"Ann\"\r\nsize = 1\r\nextras = 2\r\nfiles = \"*.none\"\r\n" +
+                        describe(controls);
+    LONG base = GetDialogBaseUnits();
+    int bw = LOWORD(base), bh = HIWORD(base), cap = GetSystemMetrics(SM_CYCAPTION);
+    std::string opening = "1 0 0 1|Ann|&Ok|Stop|Later|focus|" +
+                          rect_text({10 * bw / 4, 20 * bh / 8 - cap, 10 * bw / 4 + 200 * bw / 4, 20 * bh / 8 + 100 * bh / 8}) + "|" +
+                          rect_text({8 * bw / 4, 18 * bh / 8, 8 * bw / 4 + 120 * bw / 4, 18 * bh / 8 + bh * 3 / 2}) + "|" +
+                          std::to_string(40 * bh / 8);
     struct { int line; std::function<void(HWND)> act; int press; std::string result; long error; std::string name,
              size, extras; } rows[] = {
-        {__LINE__, [](HWND) {}, IDOK, "1", 0, "Ann", "2", "3"},
-        {__LINE__, [](HWND d) { SetDlgItemTextA(d, NAME_EDIT, "Bob"); click(d, SMALL); }, IDOK, "1", 0, "Bob", "1", "3"},
-        {__LINE__, [](HWND d) { click(d, MILK); }, IDOK, "1", 0, "Ann", "2", "2"},   // Milk unchecked: 0; then Sugar: 0 | 2
-        {__LINE__, [](HWND d) { click(d, SUGAR); }, IDOK, "1", 0, "Ann", "2", "0"},  // Milk: 3 | 1; then Sugar unchecked: 0
-        {__LINE__, [](HWND d) { click(d, SUGAR); click(d, SUGAR); click(d, LARGE); }, LATER, "7", 0, "Ann", "2", "3"},
-        {__LINE__, [](HWND d) { SetDlgItemTextA(d, NAME_EDIT, "Bob"); click(d, SMALL); }, IDCANCEL, "0", 9999, "Ann", "2", "3"},
+        {__LINE__, [](HWND) {}, IDOK, "1", 0, "Ann", "1", "2"},   // Milk unchecked: 0; then Sugar: 0 | 2
+        {__LINE__, [](HWND d) { SetDlgItemTextA(d, NAME_EDIT, "Bob"); click(d, LARGE); }, IDOK, "1", 0, "Bob", "2", "2"},
+        {__LINE__, [](HWND d) { click(d, MILK); }, IDOK, "1", 0, "Ann", "1", "3"},   // 2 | 1, then 3 | 2
+        {__LINE__, [](HWND d) { click(d, SUGAR); }, IDOK, "1", 0, "Ann", "1", "0"},
+        {__LINE__, [](HWND d) { click(d, MILK); click(d, SUGAR); }, IDOK, "1", 0, "Ann", "1", "0"},   // Milk: 2 | 1; then 0
+        {__LINE__, [](HWND d) { click(d, SUGAR); click(d, SUGAR); click(d, LARGE); }, LATER, "7", 0, "Ann", "2", "2"},   // stores too
+        {__LINE__, [](HWND d) { SetDlgItemTextA(d, NAME_EDIT, "Bob"); click(d, LARGE); }, IDCANCEL, "0", 9999, "Ann", "1", "2"},
     };
     for (auto& r : rows) {
         std::vector<SeenBox> seen;
-        std::string got = run_dialog(start + describe(kOrder), [&](const SeenBox& b) { r.act(b.window); return r.press; }, &seen);
-        EXPECT_EQ(std::make_tuple(r.result, r.error, r.name, r.size, r.extras, (size_t)1),
-                  std::make_tuple(got, host.error(), host.get("name"), host.get("size"), host.get("extras"), seen.size()))
+        std::string shown;
+        std::string got = run_dialog(setup, [&](const SeenBox& b) {
+            HWND d = b.window, edit = GetDlgItem(d, NAME_EDIT);
+            for (int id : {SMALL, LARGE, MILK, SUGAR}) shown += std::to_string(SendDlgItemMessageA(d, id, BM_GETCHECK, 0, 0)) + " ";
+            GUITHREADINFO gi = {};
+            gi.cbSize = sizeof gi;
+            GetGUIThreadInfo(GetWindowThreadProcessId(d, NULL), &gi);
+            RECT e = window_rect(edit), list = window_rect(GetDlgItem(d, 109));
+            MapWindowPoints(NULL, d, (POINT*)&e, 2);
+            shown.back() = '|';
+            shown += b.items.at(NAME_EDIT) + "|" + b.items.at(IDOK) + "|" + b.items.at(IDCANCEL) + "|" + b.items.at(LATER) +
+                     (gi.hwndFocus == edit ? "|focus|" : "|no focus|") + rect_text(window_rect(d)) + "|" + rect_text(e) + "|" +
+                     std::to_string(list.bottom - list.top);
+            r.act(d);
+            return r.press;
+        }, &seen);
+        EXPECT_EQ(std::make_tuple(r.result, r.error, r.name, r.size, r.extras, (size_t)1, opening),
+                  std::make_tuple(got, host.error(), host.get("name"), host.get("size"), host.get("extras"), seen.size(), shown))
             << "row at line " << r.line;
         EXPECT_EQ("Test dialog", seen.empty() ? "" : seen[0].caption);
     }
-}
-
-// What the dialog shows when it opens: captions, initial states, focus,
-// the window and its controls placed in dialog units.
-TEST_F(DialogBoxTest, OpeningStateFocusAndGeometry) {
-    std::map<int, int> checked;
-    std::map<int, std::string> texts;
-    HWND focus = NULL, focus_want = NULL;
-    RECT window = {}, edit = {}, list_box = {};
-    std::vector<std::string> controls = kOrder;
-    controls.push_back("8, 86, 60, 40, FILELISTBOX, files, \"\"");
-    run_dialog("ButtonNames(\"\", \"Stop\")\r\nname = \"Ann\"\r\nsize = 1\r\nextras = 2\r\nfiles = \"*.none\"\r\n" +
-                   describe(controls),
-               [&](const SeenBox& b) {
-                   for (int id : {SMALL, LARGE, MILK, SUGAR})
-                       checked[id] = (int)SendDlgItemMessageA(b.window, id, BM_GETCHECK, 0, 0);
-                   texts = b.items;
-                   GUITHREADINFO gi = {};
-                   gi.cbSize = sizeof gi;
-                   GetGUIThreadInfo(GetWindowThreadProcessId(b.window, NULL), &gi);
-                   focus = gi.hwndFocus;
-                   focus_want = GetDlgItem(b.window, NAME_EDIT);
-                   window = window_rect(b.window);
-                   edit = window_rect(focus_want);
-                   MapWindowPoints(NULL, b.window, (POINT*)&edit, 2);
-                   list_box = window_rect(GetDlgItem(b.window, 109));
-                   return IDCANCEL;
-               });
-    EXPECT_EQ(9999, host.error());
-    EXPECT_EQ((std::map<int, int>{{SMALL, 1}, {LARGE, 0}, {MILK, 0}, {SUGAR, 1}}), checked);
-    EXPECT_EQ("Ann|&Ok|Stop|Later", texts[NAME_EDIT] + "|" + texts[IDOK] + "|" + texts[IDCANCEL] + "|" + texts[LATER]);
-    EXPECT_EQ(focus_want, focus);
-    LONG base = GetDialogBaseUnits();
-    int bw = LOWORD(base), bh = HIWORD(base), cap = GetSystemMetrics(SM_CYCAPTION);
-    EXPECT_EQ(rect_text({10 * bw / 4, 20 * bh / 8 - cap, 10 * bw / 4 + 200 * bw / 4, 20 * bh / 8 + 100 * bh / 8}),
-              rect_text(window));
-    EXPECT_EQ(rect_text({8 * bw / 4, 18 * bh / 8, 8 * bw / 4 + 120 * bw / 4, 18 * bh / 8 + bh * 3 / 2}), rect_text(edit));
-    EXPECT_EQ(40 * bh / 8, list_box.bottom - list_box.top);   // only the file list takes its height
 }
 
 // A file list with its varying text and edit box: the directory shown, a
