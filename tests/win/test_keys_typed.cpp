@@ -90,19 +90,11 @@ TEST_F(KeysTyped, NotepadTypedIntoBySendKeysTo) {
 
 // SendKeysTo searches again one second later when the window is not there yet.
 TEST_F(KeysTyped, SendKeysToWaitsForTheWindowToAppear) {
-    std::atomic<bool> done(false);
-    std::thread late([&] {
-        Sleep(1200);
-        HWND w = CreateWindowA("EDIT", "late arrival", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, NULL, NULL, NULL, NULL);
-        MSG m;
-        for (DWORD start = GetTickCount(); !done && GetTickCount() - start < 5000;)
-            if (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) DispatchMessageA(&m); else Sleep(10);
-        DestroyWindow(w);
-    });
+    WindowThread other;
+    std::thread late([&] { Sleep(1200); other.make("late arrival", WS_OVERLAPPEDWINDOW | WS_VISIBLE); });
     DWORD start = GetTickCount();
     EXPECT_EQ("0", eval("SendKeysTo(\"late arr\", \"x\")"));
     DWORD took = GetTickCount() - start;
-    done = true;
     late.join();
     EXPECT_GE(took, 1200u);
     EXPECT_LT(took, 4000u);

@@ -101,17 +101,6 @@ TEST_F(Windows, ShowStateFunctionsOnHostAndOtherWindows) {
     }
 }
 
-// WinTitle renames another window or the host window and cuts at 256.
-TEST_F(Windows, WinTitleRenamesAndCutsAt256) {
-    HWND mine = host_window("ZqTitle host"), w = other.make("ZqTitle other");
-    host.service(TSL_SERVICE_SET_VAR, (LPARAM) "long", (LPARAM)std::string(300, 'x').c_str());
-    play({{__LINE__, "WinTitle(\"ZqTitle o\", \"ZqTitle renamed\")", "1", 0, [&] { return title_of(w) == "ZqTitle renamed"; }},
-          {__LINE__, "WinTitle(\"\", \"ZqTitle host 2\")", "1", 0, [&] { return title_of(mine) == "ZqTitle host 2"; }},
-          {__LINE__, "WinTitle(\"ZqTitle renamed\", long)", "1", 0, [&] { return title_of(w) == std::string(256, 'x'); }}},
-         mine);
-    DestroyWindow(mine);
-}
-
 // WinCloseNot closes every titled window that none of its arguments names,
 // except the host window. The other windows of the desktop are named by the
 // first characters of their titles, so that only this test's windows go.
@@ -197,11 +186,11 @@ TEST_F(Windows, SystemQuestionsAndSettings) {
 
 // WinName, WinState, WinExeName, WinIsDos and FindWindow; WinActivate brings
 // a window forward and restores it from an icon, and an empty title means
-// the host window's parent.
+// the host window's parent; WinTitle.
 TEST_F(Windows, NameStateProgramAndActivation) {
     HWND mine = host_window("ZqSys host", WS_OVERLAPPEDWINDOW | WS_VISIBLE);
     HWND child = CreateWindowA("STATIC", "child", WS_CHILD | WS_VISIBLE, 0, 0, 50, 20, mine, NULL, NULL, NULL);
-    other.make("ZqSys hidden");
+    HWND hidden = other.make("ZqSys hidden");
     HWND shown = other.make("ZqSys shown", WS_OVERLAPPEDWINDOW | WS_VISIBLE);
     char exe[MAX_PATH];
     GetModuleFileNameA(NULL, exe, sizeof exe);
@@ -222,6 +211,12 @@ TEST_F(Windows, NameStateProgramAndActivation) {
           {__LINE__, "WinActivate(\"ZqSys sh\")", "1", 0, [&] { return !IsIconic(shown) && GetForegroundWindow() == shown; }},
           {__LINE__, "WinGetActive()", "ZqSys shown"}});
     play({{__LINE__, "WinActivate(\"\")", "1", 0, [&] { return GetForegroundWindow() == mine; }}}, child);
+    // WinTitle renames another window or the host window and cuts at 256.
+    host.service(TSL_SERVICE_SET_VAR, (LPARAM) "long", (LPARAM)std::string(300, 'x').c_str());
+    play({{__LINE__, "WinTitle(\"ZqSys hid\", \"ZqSys renamed\")", "1", 0, [&] { return title_of(hidden) == "ZqSys renamed"; }},
+          {__LINE__, "WinTitle(\"\", \"ZqSys host 2\")", "1", 0, [&] { return title_of(mine) == "ZqSys host 2"; }},
+          {__LINE__, "WinTitle(\"ZqSys renamed\", long)", "1", 0, [&] { return title_of(hidden) == std::string(256, 'x'); }}},
+         mine);
     DestroyWindow(mine);
 }
 
