@@ -78,7 +78,7 @@ TEST_F(DialogBoxTest, OpeningButtonsAndTheEnding) {
                         describe(controls);
     LONG base = GetDialogBaseUnits();
     int bw = LOWORD(base), bh = HIWORD(base), cap = GetSystemMetrics(SM_CYCAPTION);
-    std::string opening = "1 0 0 1|Ann|&Ok|Stop|Later|focus|" +
+    std::string placed = "|" +
                           rect_text({10 * bw / 4, 20 * bh / 8 - cap, 10 * bw / 4 + 200 * bw / 4, 20 * bh / 8 + 100 * bh / 8}) + "|" +
                           rect_text({8 * bw / 4, 18 * bh / 8, 8 * bw / 4 + 120 * bw / 4, 18 * bh / 8 + bh * 3 / 2}) + "|" +
                           std::to_string(40 * bh / 8);
@@ -98,7 +98,8 @@ TEST_F(DialogBoxTest, OpeningButtonsAndTheEnding) {
         std::string got = run_dialog(setup, [&](const SeenBox& b) {
             HWND d = b.window, edit = GetDlgItem(d, NAME_EDIT);
             for (int id : {SMALL, LARGE, MILK, SUGAR}) shown += std::to_string(SendDlgItemMessageA(d, id, BM_GETCHECK, 0, 0)) + " ";
-            auto focused = [&] {   // the focus comes a moment after the window: waited for
+            auto focused = [&] {   // the focus comes a moment after the window: waited for (in a fresh process:
+                                   // a dialog of an earlier row still closing can keep the activation)
                 GUITHREADINFO gi = {};
                 gi.cbSize = sizeof gi;
                 return GetGUIThreadInfo(GetWindowThreadProcessId(d, NULL), &gi) && gi.hwndFocus == edit;
@@ -107,11 +108,12 @@ TEST_F(DialogBoxTest, OpeningButtonsAndTheEnding) {
             MapWindowPoints(NULL, d, (POINT*)&e, 2);
             shown.back() = '|';
             shown += b.items.at(NAME_EDIT) + "|" + b.items.at(IDOK) + "|" + b.items.at(IDCANCEL) + "|" + b.items.at(LATER) +
-                     (wait_for(focused, 2000) ? "|focus|" : "|no focus|") + rect_text(window_rect(d)) + "|" + rect_text(e) + "|" +
+                     (&r != rows ? "" : wait_for(focused, 2000) ? "|focus" : "|no focus") + "|" + rect_text(window_rect(d)) + "|" + rect_text(e) + "|" +
                      std::to_string(list.bottom - list.top);
             r.act(d);
             return r.press;
         }, &seen);
+        std::string opening = std::string("1 0 0 1|Ann|&Ok|Stop|Later") + (&r != rows ? "" : "|focus") + placed;
         EXPECT_EQ(std::make_tuple(r.result, r.error, r.name, r.size, r.extras, (size_t)1, opening),
                   std::make_tuple(got, host.error(), host.get("name"), host.get("size"), host.get("extras"), seen.size(), shown))
             << "row at line " << r.line;
