@@ -1,24 +1,21 @@
 // SendKey, SendKeysTo, WaitForKey and IsKeyDown with real key events: a
 // window of this program records the key messages it receives, Wine's
 // notepad is typed into, and a test thread presses keys (keybd_event) for
-// WaitForKey. The keys reach the whole display, so this program runs alone.
-#include "host_harness.h"
+// WaitForKey; keys typed while a box is up: Alt held keeps a timed-out
+// Display up, Ctrl+Break ends any wait and stops the run. The keys reach
+// the whole display, so this program runs alone.
+#include "window_thread.h"
 
 namespace {
 
 std::string g_keys;   // what the recorder received: "+Shift +A -A -Shift"
 
 std::string key_name(unsigned vk) {
-    switch (vk) {
-    case VK_SHIFT: return "Shift";
-    case VK_CONTROL: return "Ctrl";
-    case VK_MENU: return "Alt";
-    case VK_RETURN: return "Enter";
-    }
+    static const std::map<unsigned, std::string> named = {{VK_SHIFT, "Shift"}, {VK_CONTROL, "Ctrl"}, {VK_MENU, "Alt"},
+                                                          {VK_RETURN, "Enter"}};
     char name[8];
-    if ((vk >= 'A' && vk <= 'Z') || (vk >= '0' && vk <= '9')) snprintf(name, sizeof name, "%c", vk);
-    else snprintf(name, sizeof name, "x%02X", vk);
-    return name;
+    snprintf(name, sizeof name, (vk >= 'A' && vk <= 'Z') || (vk >= '0' && vk <= '9') ? "%c" : "x%02X", vk);
+    return named.count(vk) ? named.at(vk) : name;
 }
 
 // Key messages are recorded and kept from the default handling (Alt+F4 would close the window).
@@ -31,64 +28,41 @@ LRESULT CALLBACK recorder_proc(HWND w, UINT msg, WPARAM wp, LPARAM lp) {
     return DefWindowProcA(w, msg, wp, lp);
 }
 
-void key(BYTE vk, bool down) { keybd_event(vk, (BYTE)MapVirtualKeyA(vk, 0), down ? 0 : KEYEVENTF_KEYUP, 0); }
-
-// Dispatches this thread's messages until `done` holds or two seconds pass.
-bool pump_until(const std::function<bool()>& done) {
-    for (DWORD start = GetTickCount(); GetTickCount() - start < 2000; Sleep(10)) {
-        MSG m;
-        while (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) { TranslateMessage(&m); DispatchMessageA(&m); }
-        if (done()) return true;
-    }
-    return done();
-}
-
-std::string times(int n, const std::string& s) {
-    std::string out;
-    for (int i = 0; i < n; ++i) out += (i ? " " : "") + s;
-    return out;
-}
-
-class KeysTyped : public DllTest {
+class KeysTyped : public ScriptTest {
 protected:
-    HostContext host;
     static inline HWND recorder = NULL;   // one for the program: closing a window costs Wine seconds
     static void SetUpTestSuite() {
         DllTest::SetUpTestSuite();
         recorder = test_window("TslKeyRecorder", recorder_proc, "key recorder", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 300, 200);
     }
     void SetUp() override {
-        g_dll.console(1);
+        ScriptTest::SetUp();
         ASSERT_NE(nullptr, recorder);
         SetForegroundWindow(recorder);
         SetFocus(recorder);
-        ASSERT_TRUE(pump_until([&] { return GetFocus() == recorder; }));
+        ASSERT_TRUE(wait_for([&] { return GetFocus() == recorder; }, 2000));
         g_keys.clear();
     }
-    void TearDown() override { g_dll.console(0); }
 };
 
 // The exact order of key downs and ups, row by row; keys sent before a
 // syntax error stay sent and the modifier around it is released.
 TEST_F(KeysTyped, RecorderReceivesEachFormInOrder) {
-    const std::string a = "+A -A", enter = "+Enter -Enter";
-    struct { int line; const char* keys; const char* result; long error; std::string events; } rows[] = {
-        {__LINE__, "+^a", "0", 0, "+Shift +Ctrl +A -A -Ctrl -Shift"},
-        {__LINE__, "!{F4}", "0", 0, "+Alt +x73 -x73 -Alt"},
-        {__LINE__, "A", "0", 0, "+Shift +A -A -Shift"},
-        {__LINE__, "{a 5}", "0", 0, times(5, a)},
-        {__LINE__, "{ENTER 3}", "0", 0, times(3, enter)},
-        {__LINE__, "ab~", "0", 0, "+A -A +B -B " + enter},
-        {__LINE__, "+{TAB 2}", "0", 0, "+Shift +x09 -x09 +x09 -x09 -Shift"},
-        {__LINE__, "{+}", "0", 0, "+Shift +xBB -xBB -Shift"},
-        {__LINE__, "a^{NOTAKEY}", "0", 2001, "+A -A +Ctrl -Ctrl"},
+    struct { int line; const char* keys; long error; std::string events; } rows[] = {
+        {__LINE__, "+^a", 0, "+Shift +Ctrl +A -A -Ctrl -Shift"},
+        {__LINE__, "!{F4}", 0, "+Alt +x73 -x73 -Alt"},
+        {__LINE__, "A", 0, "+Shift +A -A -Shift"},
+        {__LINE__, "{a 5}", 0, "+A -A +A -A +A -A +A -A +A -A"},
+        {__LINE__, "{ENTER 3}", 0, "+Enter -Enter +Enter -Enter +Enter -Enter"},
+        {__LINE__, "ab~", 0, "+A -A +B -B +Enter -Enter"},
+        {__LINE__, "+{TAB 2}", 0, "+Shift +x09 -x09 +x09 -x09 -Shift"},
+        {__LINE__, "{+}", 0, "+Shift +xBB -xBB -Shift"},
+        {__LINE__, "a^{NOTAKEY}", 2001, "+A -A +Ctrl -Ctrl"},
     };
     for (auto& r : rows) {
         g_keys.clear();
-        host.run(std::string("r = SendKey(\"") + r.keys + "\")\r\n");
-        EXPECT_EQ(r.error, host.error()) << "row at line " << r.line;
-        EXPECT_EQ(r.result, host.get("r")) << "row at line " << r.line;
-        pump_until([&] { return g_keys.size() >= r.events.size(); });
+        EXPECT_EQ("0", eval(std::string("SendKey(\"") + r.keys + "\")", NULL, r.error)) << "row at line " << r.line;
+        wait_for([&] { return g_keys.size() >= r.events.size(); }, 2000);
         EXPECT_EQ(r.events, g_keys) << "row at line " << r.line;
         for (BYTE m : {VK_SHIFT, VK_CONTROL, VK_MENU})
             EXPECT_FALSE(GetAsyncKeyState(m) & 0x8000) << "modifier " << (int)m << " left down, row at line " << r.line;
@@ -99,14 +73,12 @@ TEST_F(KeysTyped, RecorderReceivesEachFormInOrder) {
 // its edit control holds the text. Caps Lock is not compensated: with it on,
 // "cD" arrives as "Cd".
 TEST_F(KeysTyped, NotepadTypedIntoBySendKeysTo) {
-    host.run(crlf({"Run(\"notepad\", \"\")", "r = SendKeysTo(\"Untitled - Notepad\", \"Hello, World{ENTER}tsl~{a 3}+b {CAPSLOCK}cD{CAPSLOCK}\")"}));
-    EXPECT_EQ(0, host.error());
-    EXPECT_EQ("0", host.get("r"));
+    EXPECT_EQ("10", eval("StrCat(Run(\"notepad\", \"\"), SendKeysTo(\"Untitled - Notepad\", \"Hello, World{ENTER}tsl~{a 3}+b {CAPSLOCK}cD{CAPSLOCK}\"))"));
     HWND pad = FindWindowA("Notepad", NULL);
     ASSERT_NE(nullptr, pad);
     HWND edit = FindWindowExA(pad, NULL, "Edit", NULL);
     char text[256] = "";
-    pump_until([&] { SendMessageA(edit, WM_GETTEXT, sizeof text, (LPARAM)text); return strcmp(text, "Hello, World\r\ntsl\r\naaaB Cd") == 0; });
+    wait_for([&] { SendMessageA(edit, WM_GETTEXT, sizeof text, (LPARAM)text); return strcmp(text, "Hello, World\r\ntsl\r\naaaB Cd") == 0; }, 2000);
     EXPECT_STREQ("Hello, World\r\ntsl\r\naaaB Cd", text);
     DWORD pid = 0;
     GetWindowThreadProcessId(pad, &pid);
@@ -118,22 +90,12 @@ TEST_F(KeysTyped, NotepadTypedIntoBySendKeysTo) {
 
 // SendKeysTo searches again one second later when the window is not there yet.
 TEST_F(KeysTyped, SendKeysToWaitsForTheWindowToAppear) {
-    std::atomic<bool> done(false);
-    std::thread late([&] {
-        Sleep(1200);
-        HWND w = CreateWindowA("EDIT", "late arrival", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 100, 100, NULL, NULL, NULL, NULL);
-        MSG m;
-        for (DWORD start = GetTickCount(); !done && GetTickCount() - start < 5000;)
-            if (PeekMessageA(&m, NULL, 0, 0, PM_REMOVE)) DispatchMessageA(&m); else Sleep(10);
-        DestroyWindow(w);
-    });
+    WindowThread other;
+    std::thread late([&] { Sleep(1200); other.make("late arrival", WS_OVERLAPPEDWINDOW | WS_VISIBLE); });
     DWORD start = GetTickCount();
-    host.run("r = SendKeysTo(\"late arr\", \"x\")\r\n");
+    EXPECT_EQ("0", eval("SendKeysTo(\"late arr\", \"x\")"));
     DWORD took = GetTickCount() - start;
-    done = true;
     late.join();
-    EXPECT_EQ(0, host.error());
-    EXPECT_EQ("0", host.get("r"));
     EXPECT_GE(took, 1200u);
     EXPECT_LT(took, 4000u);
 }
@@ -157,38 +119,89 @@ TEST_F(KeysTyped, WaitForKeyAnsweredByPressedKeys) {
                 Sleep(20);
             }
         });
-        host.run(std::string("k = WaitForKey(") + r.keys + ")\r\n");
+        std::string found = eval(std::string("WaitForKey(") + r.keys + ")");
         done = true;
         presser.join();
-        EXPECT_EQ(0, host.error()) << "row at line " << r.line;
-        EXPECT_EQ(r.found, host.get("k")) << "row at line " << r.line;
+        EXPECT_EQ(r.found, found) << "row at line " << r.line;
     }
 }
 
-// Ctrl+Break ends WaitForKey with 0. (The waiting Run forms block the
+HostContext* g_host;
+// The host switches the break report off from its idle call: the run ends silently.
+long WINAPI quiet_break(HWND, LPARAM, long, long command, TslAnswerProc, void*, LPCSTR, LPCSTR, LPCSTR, LPCSTR, LPCSTR) {
+    if (command == TSL_COMMAND_IDLE) g_host->service(TSL_SERVICE_BREAK_REPORT, 0);
+    return 0;
+}
+
+// Ctrl+Break while a box or WaitForKey waits: the wait ends within a second
+// and the run stops as a user break. (The waiting Run forms block the
 // thread until their program ends, so a break cannot cut them short.)
-TEST_F(KeysTyped, CtrlBreakEndsTheWait) {
-    struct { int line; std::string call; } rows[] = {
-        {__LINE__, "WaitForKey(\"{F1}\", \"\", \"\", \"\", \"\")"},
+TEST_F(KeysTyped, CtrlBreakEndsTheWaitAndTheRun) {
+    static const TslKeywordRecord none[] = {{0, 0, 0, 0, 0, ""}};
+    std::string dialog = "dFormat = \"TSLDLGED,4.0\"\r\ndX = 10\r\ndY = 10\r\ndWidth = 100\r\ndHeight = 50\r\n"
+                         "dNumControls = 1\r\nd01 = '5, 5, 60, 12, EDITBOX, v, \"\"'\r\ndCaption = \"Brk\"\r\n";
+    struct { int line; std::string setup, call; const char* box_class; } rows[] = {
+        {__LINE__, "", "AskLine(\"Brk\", \"p\", \"d\")", "#32770"},
+        {__LINE__, "", "ItemSelect(\"Brk\", \"a|b\", \"|\")", "#32770"},
+        {__LINE__, "", "Display(30, \"Brk\", \"x\")", "#32770"},
+        {__LINE__, dialog, "DialogBox(\"d\", \"\")", "ts0wcdl2"},
+        {__LINE__, "", "WaitForKey(\"{F1}\", \"\", \"\", \"\", \"\")", nullptr},
     };
+    g_dll.console(0);
+    g_host = &host;
+    host.service(TSL_SERVICE_IDLE_CALLS, 1);
     for (auto& r : rows) {
-        std::atomic<bool> done(false);
-        std::thread breaker([&] {
-            Sleep(300);
-            key(VK_CONTROL, true);
-            key(VK_CANCEL, true);
-            for (int i = 0; i < 250 && !done; ++i) Sleep(20);
-            key(VK_CANCEL, false);
-            key(VK_CONTROL, false);
-        });
-        DWORD start = GetTickCount();
-        host.run("r = 7\r\nr = " + r.call + "\r\nafter = 1\r\n");
-        DWORD took = GetTickCount() - start;
-        done = true;
-        breaker.join();
+        std::atomic<DWORD> pressed(0), ended(0);   // the box goes at once; the run ends as Wine lets it (~2 s)
+        auto press = [&] { ctrl_break(true); pressed = GetTickCount(); };
+        User user([&](const SeenBox& b) {
+            if (b.caption != "Brk") return IDOK;   // a report after the break
+            SetForegroundWindow(b.window);
+            press();
+            while (IsWindow(b.window) && IsWindowVisible(b.window) && GetTickCount() - pressed < 5000) Sleep(10);
+            ended = GetTickCount();
+            return -1;
+        }, r.box_class ? r.box_class : "#32770");
+        std::thread late([&] { if (!r.box_class) { Sleep(300); press(); } });
+        host.run(r.setup + "r = " + r.call + "\r\nafter = 1\r\n", quiet_break, none);
+        if (!r.box_class) ended = GetTickCount();
+        DWORD took = ended - pressed;
+        late.join();
+        user.finish();
+        ctrl_break(false);
+        EXPECT_EQ(r.box_class ? 1u : 0u, user.seen().size()) << "row at line " << r.line;
+        EXPECT_NE(0u, (DWORD)pressed) << "row at line " << r.line;
+        EXPECT_GT(1000u, took) << "row at line " << r.line;
         EXPECT_EQ(1, host.service(TSL_SERVICE_RUN_BREAK)) << "row at line " << r.line;
         EXPECT_EQ("<undefined>", host.get("after")) << "row at line " << r.line;
-        EXPECT_LT(took, 3000u) << "row at line " << r.line;
+    }
+    host.service(TSL_SERVICE_IDLE_CALLS, 0);
+}
+
+// Alt held keeps a timed-out Display up (checked every 700 ms) until it is released.
+TEST_F(KeysTyped, AltHeldKeepsADisplayUntilReleased) {
+    struct { int line; DWORD hold_ms; DWORD min_ms, max_ms; } rows[] = {
+        {__LINE__, 0, 700, 1400},      // not held: gone after its second (seen up to ~100 ms late)
+        {__LINE__, 2500, 2400, 3700},  // held past the second: gone within 700 ms of the release
+    };
+    g_dll.console(0);
+    for (auto& r : rows) {
+        DWORD took = 0;
+        User user([&](const SeenBox& b) {
+            DWORD seen_at = GetTickCount();
+            if (r.hold_ms) key(VK_MENU, true);
+            bool held = r.hold_ms != 0;
+            while (IsWindow(b.window) && IsWindowVisible(b.window) && GetTickCount() - seen_at < 10000) {
+                if (held && GetTickCount() - seen_at >= r.hold_ms) { key(VK_MENU, false); held = false; }
+                Sleep(10);
+            }
+            if (held) key(VK_MENU, false);
+            took = GetTickCount() - seen_at;
+            return -1;
+        });
+        EXPECT_EQ("0", eval("Display(1, \"Held\", \"Hold Alt\")")) << "row at line " << r.line;   // the time ran out
+        user.finish();
+        EXPECT_LE(r.min_ms, took) << "row at line " << r.line;
+        EXPECT_GE(r.max_ms, took) << "row at line " << r.line;
     }
 }
 
@@ -205,9 +218,9 @@ TEST_F(KeysTyped, IsKeyDownReadsShiftAndCtrl) {
     };
     for (auto& r : rows) {
         for (BYTE k : r.held) key(k, true);
-        host.run(std::string("d = IsKeyDown(") + r.asked + ")\r\n");
+        std::string down = eval(std::string("IsKeyDown(") + r.asked + ")");
         for (BYTE k : r.held) key(k, false);
-        EXPECT_EQ(r.answer, host.get("d")) << "row at line " << r.line;
+        EXPECT_EQ(r.answer, down) << "row at line " << r.line;
     }
 }
 
