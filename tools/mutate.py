@@ -2,7 +2,7 @@
 """Mutation run: put one-line faults into the sources, one at a time, and see
 which of them the tests catch.
 
-usage: tools/mutate.sh [--only ID,...] [--build-only] FAULTS_FILE RESULT_FILE
+usage: tools/mutate.sh [--only ID,...] [--preset native|win64] [--build-only] FAULTS_FILE RESULT_FILE
 
 FAULTS_FILE holds one fault per line (blank lines and lines starting with #
 are skipped), fields separated by " | ":
@@ -31,8 +31,9 @@ For every row the result is one of
 
 The file is put back byte for byte after every row, also on Ctrl+C or a
 termination signal. The run refuses to start while the product sources have
-uncommitted changes, so that no mutant can land in a commit. --build-only
-builds each mutant without running tests (to check a new list).
+uncommitted changes, so that no mutant can land in a commit. --only runs
+the rows named, --preset only the rows of one preset; --build-only builds
+each mutant without running tests (to check a new list).
 """
 import os
 import re
@@ -196,6 +197,7 @@ def report_lines(results, commit, started, faults_file, partial=False):
 
 def main(argv):
     only = None
+    only_preset = None
     build_only = False
     args = []
     i = 0
@@ -206,6 +208,9 @@ def main(argv):
             only = set(argv[i].split(","))
         elif a.startswith("--only="):
             only = set(a.split("=", 1)[1].split(","))
+        elif a == "--preset":
+            i += 1
+            only_preset = argv[i]
         elif a == "--build-only":
             build_only = True
         elif a in ("-h", "--help"):
@@ -215,7 +220,7 @@ def main(argv):
             args.append(a)
         i += 1
     if len(args) != 2:
-        print("usage: tools/mutate.sh [--only ID,...] [--build-only] FAULTS_FILE RESULT_FILE", file=sys.stderr)
+        print("usage: tools/mutate.sh [--only ID,...] [--preset native|win64] [--build-only] FAULTS_FILE RESULT_FILE", file=sys.stderr)
         return 2
     faults_file, result_file = args
 
@@ -232,6 +237,8 @@ def main(argv):
             print(f"mutate: no such fault: {', '.join(sorted(unknown))}", file=sys.stderr)
             return 2
         rows = [r for r in rows if r["id"] in only]
+    if only_preset is not None:
+        rows = [r for r in rows if r.get("preset") == only_preset]
     ids = [r["id"] for r in rows]
     dup = sorted({x for x in ids if ids.count(x) > 1})
     if dup:

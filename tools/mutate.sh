@@ -1,3 +1,3 @@
 #!/bin/bash
-# Mutation run: see tools/mutate.py (usage: tools/mutate.sh [--only ID,...] FAULTS_FILE RESULT_FILE).
+# Mutation run: see tools/mutate.py (tools/mutate.sh --help).
 exec python3 "$(dirname "$0")/mutate.py" "$@"
