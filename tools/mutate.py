@@ -142,7 +142,10 @@ def judge(rc, output):
     """The row's result and the failed tests from a ctest run."""
     if "No tests were found" in output:
         return "NO-TESTS", []
-    failed = FAILED_LINE.findall(output)
+    # Only the list of failures counts: tests that did not run (disabled
+    # ones) are listed the same way under a heading of their own.
+    tail = output.split("The following tests FAILED:", 1)
+    failed = FAILED_LINE.findall(tail[1]) if len(tail) == 2 else []
     # A failure of the Wine environment itself says nothing about the mutant.
     real = [(name, why) for name, why in failed if not re.search(r"/(start|stop)$", name)]
     if rc == 0 and not failed:
@@ -286,6 +289,7 @@ def main(argv):
         except Interrupted as e:
             interrupted = str(e)
             status, detail = "INTERRUPTED", ""
+            stop_wine(preset.get("after"), log)
         finally:
             # Always put the file back exactly as it was, with no signal in between.
             signal.pthread_sigmask(signal.SIG_BLOCK, CAUGHT_SIGNALS)
