@@ -98,7 +98,7 @@ protected:
 // of each state and its line: MenuWalk.EachStateNamesItsErrorAndTheLine, natively; the
 // texts: Startup.StringTableHoldsEveryMessageExactly), or stands alone.
 TEST_F(Menus, EachLoadErrorShowsItsMessageWithTheCallersCaption) {
-    std::string big = "A\r\n" + std::string(65534, '\t');
+    std::string big = "A\r\n" + std::string(65531, '\t');   // 65,534 bytes: the smallest too big
     struct { int line; std::string text; WORD last; std::string box; } rows[] = {
         {__LINE__, " B\r\n\tx\r\n", 0xE000, "Need First level menu title.  Not found. /  B"},
         {__LINE__, "A\r\n B\r\n  C\r\n   D\r\n", 0xE000, "Need batch code after fourth level menutitle.  Not found"},
@@ -112,6 +112,14 @@ TEST_F(Menus, EachLoadErrorShowsItsMessageWithTheCallersCaption) {
         StderrCapture err;
         EXPECT_EQ(NULL, load(r.text, 0, TSL_MENU_NEW_BAR, r.last)) << "row at line " << r.line;
         EXPECT_EQ("BOX(Menu test): " + r.box + "\r\n", err.text()) << "row at line " << r.line;
+    }
+    // The edges that still load: the last allowed id taken, a file one byte below the limit.
+    for (auto& [text, last] : {std::pair<std::string, WORD>{"A\r\n\tx\r\n", FIRST_ID}, {"A\r\n" + std::string(65530, '\t'), 0xE000}}) {
+        StderrCapture quiet;
+        HMENU m = load(text, 0, TSL_MENU_NEW_POPUP, last);
+        EXPECT_NE(nullptr, m) << text.size();
+        EXPECT_EQ("", quiet.text()) << text.size();
+        if (m) DestroyMenu(m);
     }
     StderrCapture err;
     lstrcpyA(record.path, dir.at("missing.mnu").c_str());
