@@ -34,12 +34,16 @@ inline std::string heap_check(const uint8_t* h, uint32_t size) {
     }
     if (b != size - 12 || heap_tag(h, b) != "5678") return "end marker at " + std::to_string(b);
     if (total != size - 52) return "sizes do not add up";
-    uint32_t count = 0, prev = 0;
+    // The rover, where the next search starts, is 0 or a block of the free list.
+    uint32_t count = 0, prev = 0, rover = heap_word(h, 28);
+    bool rover_found = rover == 0;
     for (uint32_t f = heap_word(h, 8); f != 0; prev = f, f = heap_word(h, f + 8)) {
         if (++count > free_blocks || heap_tag(h, f) != "QRST") return "free list at " + std::to_string(f);
         if (heap_word(h, f + 12) != prev) return "free list back link at " + std::to_string(f);
+        rover_found |= f == rover;
     }
     if (count != free_blocks) return "free list misses blocks";
+    if (!rover_found) return "rover off the free list at " + std::to_string(rover);
     if (heap_word(h, 12) != prev) return "head's back link";
     return "";
 }

@@ -304,15 +304,18 @@ TEST_F(Menus, SearchMessagesAndTheReloadAnswer) {
         SetFileTime(h, NULL, NULL, &written);
         CloseHandle(h);
     };
+    const std::string reload = "BOX(Menu test): TSL Processor menu(s) will reloaded / to reflect recent changes. / "
+                               "Reselect menu option when reload complete.\r\n";
     struct { int line; std::function<void()> change; WORD id; BOOL init; std::string result, box; } rows[] = {
         {__LINE__, [] {}, 100, FALSE, "\tx = 1\r\n", ""},
         {__LINE__, [] {}, 101, FALSE, "<none>", "BOX(Menu file ended unexpectedly, or menu is invalid.): \r\n"},
         {__LINE__, [&] { rewrite_keeping_time("\x01" "A\r\n\tx = 1\r\n"); }, 100, FALSE, "<none>",
          "BOX(Menu test): Encoded menu/batch file damaged or changed: its length or check does not match / " +
              dir.at("test.mnu") + "\r\n"},
-        {__LINE__, [&] { set_local_time(record.path, 2001, 2, 3, 4, 5); }, 100, FALSE, "<reload>",
-         "BOX(Menu test): TSL Processor menu(s) will reloaded / to reflect recent changes. / "
-         "Reselect menu option when reload complete.\r\n"},
+        // rewritten the same day at another time, then on another day
+        {__LINE__, [&] { SYSTEMTIME t; GetLocalTime(&t); set_local_time(record.path, t.wYear, t.wMonth, t.wDay, (t.wHour + 1) % 24, 5); },
+         100, FALSE, "<reload>", reload},
+        {__LINE__, [&] { set_local_time(record.path, 2001, 2, 3, 4, 5); }, 100, FALSE, "<reload>", reload},
         {__LINE__, [&] { DeleteFileA(record.path); }, 100, TRUE, "<none>", ""},
         {__LINE__, [] {}, 100, FALSE, "<none>", "BOX(Menu test): Menu file re-open error / " + dir.at("test.mnu") + "\r\n"},
     };

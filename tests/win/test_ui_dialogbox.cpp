@@ -6,12 +6,13 @@
 class DialogBoxTest : public ScriptTest {
 protected:
     void SetUp() override { ScriptTest::SetUp(); g_dll.console(0); }
-    // The window variables of dialog "d" and its controls, one definition each.
-    static std::string describe(const std::vector<std::string>& controls) {
-        std::string s = "dFormat = \"TSLDLGED,4.0\"\r\ndCaption = \"Test dialog\"\r\ndX = 10\r\ndY = 20\r\ndWidth = 200\r\n"
-                        "dHeight = 100\r\ndNumControls = " + std::to_string(controls.size()) + "\r\n";
+    // The window variables of dialog `d` and its controls, one definition each.
+    static std::string describe(const std::vector<std::string>& controls, const std::string& d = "d") {
+        std::string s = d + "Format = \"TSLDLGED,4.0\"\r\n" + d + "Caption = \"Test dialog\"\r\n" + d + "X = 10\r\n" + d +
+                        "Y = 20\r\n" + d + "Width = 200\r\n" + d + "Height = 100\r\n" + d + "NumControls = " +
+                        std::to_string(controls.size()) + "\r\n";
         for (size_t i = 0; i < controls.size(); i++)
-            s += (i < 9 ? "d0" : "d") + std::to_string(i + 1) + " = '" + controls[i] + "'\r\n";
+            s += d + (i < 9 ? "0" : "") + std::to_string(i + 1) + " = '" + controls[i] + "'\r\n";
         return s;
     }
     // Runs the setup and "r = DialogBox("d", "")"; the user plays the dialog.
@@ -46,7 +47,8 @@ static void click(HWND dlg, int id) { SendMessageA(dlg, WM_COMMAND, MAKEWPARAM(i
 TEST_F(DialogBoxTest, DefinitionErrors) {
     std::string good = describe({"1,1,20,10,STATICTEXT,,x"});
     struct { int line; std::string setup; long error; } rows[] = {
-        {__LINE__, good + "DialogBox(\"d23456789012345678\", \"\")\r\n", 3218},
+        {__LINE__, good + "DialogBox(\"d2345678901234567\", \"\")\r\n", 3218},   // 17 characters
+        {__LINE__, good + describe({"1,1,20,10,STATICTEXT,,x"}, "d234567890123456") + "DialogBox(\"d234567890123456\", \"\")\r\n", 0},
         {__LINE__, good + "DialogBox(\"nothing\", \"\")\r\n", 3219},
         {__LINE__, good + "dFormat = \"TSLDLGED,3.0\"\r\n", 3220},
         {__LINE__, good + "Drop(dx)\r\n", 3221},
