@@ -98,7 +98,13 @@ protected:
 // of each state and its line: MenuWalk.EachStateNamesItsErrorAndTheLine, natively; the
 // texts: Startup.StringTableHoldsEveryMessageExactly), or stands alone.
 TEST_F(Menus, EachLoadErrorShowsItsMessageWithTheCallersCaption) {
-    std::string big = "A\r\n" + std::string(65531, '\t');   // 65,534 bytes: the smallest too big
+    // A menu of one item and `size` bytes of script lines.
+    auto lines_of = [](size_t size) {
+        std::string s = "A\r\n";
+        while (s.size() + 8 <= size) s += "\tx = 1\r\n";
+        return s + std::string("\tx = 11", size - s.size());   // a shorter last line
+    };
+    std::string big = lines_of(65534);   // the smallest too big
     struct { int line; std::string text; WORD last; std::string box; } rows[] = {
         {__LINE__, " B\r\n\tx\r\n", 0xE000, "Need First level menu title.  Not found. /  B"},
         {__LINE__, "A\r\n B\r\n  C\r\n   D\r\n", 0xE000, "Need batch code after fourth level menutitle.  Not found"},
@@ -114,7 +120,7 @@ TEST_F(Menus, EachLoadErrorShowsItsMessageWithTheCallersCaption) {
         EXPECT_EQ("BOX(Menu test): " + r.box + "\r\n", err.text()) << "row at line " << r.line;
     }
     // The edges that still load: the last allowed id taken, a file one byte below the limit.
-    for (auto& [text, last] : {std::pair<std::string, WORD>{"A\r\n\tx\r\n", FIRST_ID}, {"A\r\n" + std::string(65530, '\t'), 0xE000}}) {
+    for (auto& [text, last] : {std::pair<std::string, WORD>{"A\r\n\tx\r\n", FIRST_ID}, {lines_of(65533), 0xE000}}) {
         StderrCapture quiet;
         HMENU m = load(text, 0, TSL_MENU_NEW_POPUP, last);
         EXPECT_NE(nullptr, m) << text.size();
