@@ -31,4 +31,10 @@ TEST_F(Trace, StepAndRun) {
         for (auto& b : user.seen()) seen += b.caption + ": " + b.text + " [" + b.items[DT_RUN] + "]\n";
         EXPECT_EQ(r.seen + "5\ntext\n 0", seen + host.out + " " + std::to_string(host.error())) << "row at line " << r.line;
     }
+    // A dialog that cannot be shown (its owner is gone) steps: the run goes on to its end.
+    HWND gone = CreateWindowA("STATIC", "", 0, 0, 0, 1, 1, NULL, NULL, NULL, NULL);
+    DestroyWindow(gone);
+    host.out.clear();
+    host.run(script, HostContext::echo_proc, HostContext::kEcho, gone);
+    EXPECT_EQ("5\ntext\n 0", host.out + " " + std::to_string(host.error()));
 }
