@@ -6,6 +6,7 @@
 //   execute "[refuse]" refused; "[slow]" answered after 1.5 s; "[bye]" taken, then it hangs up
 //   request "secret" refused; "slow" answered after 1.5 s; "big" 70,000 characters; "log" the
 //   last execute; any other item the text last poked to it, or "value of <item>"
+//   ("bare" without a closing NUL)
 // RUN_SERIAL: no other program serves these names meanwhile, and the group
 // made through "Progman" opens a window on the desktop.
 #include "host_harness.h"
@@ -55,7 +56,7 @@ private:
         case XTYP_REQUEST:
             if (what == "secret") return 0;
             answer = what == "big" ? std::string(70000, 'b') : what == "log" ? last_ : poked_.count(what) ? poked_[what] : "value of " + what;
-            return DdeCreateDataHandle(inst_, (LPBYTE)answer.c_str(), (DWORD)answer.size() + 1, 0, item, CF_TEXT, 0);
+            return DdeCreateDataHandle(inst_, (LPBYTE)answer.c_str(), (DWORD)answer.size() + (what != "bare"), 0, item, CF_TEXT, 0);
         default: return 0;
         }
     }
@@ -120,6 +121,7 @@ TEST_F(Dde, FunctionsAndErrors) {
         {__LINE__, {OPEN, "Echo(DDEExecute(c, \"[refuse]\"))"}, "0\n", 0},
         {__LINE__, {OPEN, "Echo(DDEPoke(c, \"name\", \"Ada\"))", "Echo(DDERequest(c, \"name\"))"}, "1\nAda\n", 0},
         {__LINE__, {OPEN, "Echo(DDERequest(c, \"colour\"))"}, "value of colour\n", 0},
+        {__LINE__, {OPEN, "Echo(DDERequest(c, \"bare\"))"}, "value of bare\n", 0},  // every byte, with no NUL after them
         {__LINE__, {OPEN, "r = DDERequest(c, \"secret\")", "Echo(r)", "Echo(r == \"***NACK***\")"}, "***NACK***\n1\n", 0},
         {__LINE__, {OPEN, "Echo(DDETerminate(c))", "Echo(DDEExecute(c, \"[x]\"))"}, "1\n", 3139},
         {__LINE__, {"Echo(DDETimeout(500))", "Echo(DDETimeout(-7))", "Echo(DDETimeout(3000))"}, "3000\n500\n-7\n", 0},

@@ -92,7 +92,8 @@ TEST_F(Extender, NegativeAnswersUnderEachErrorMode) {
 // (through the example script, and rows for the edges that it does not reach).
 // Each is loaded by the first of two attached hosts, initialised once, and
 // done and freed after the last one shuts down (the test library counts
-// COMEXT_INIT and COMEXT_DONE in the environment).
+// COMEXT_INIT and COMEXT_DONE in the environment). A library whose COMEXT_INIT
+// answers -1 is refused: its commands stay unknown and it is never done.
 TEST_F(Extender, SettingsLoadsAndTheKitsSample) {
     std::string sample = build_dir() + "\\TSLSAMPLE.dll", missing = "Z:\\no\\such\\dir\\ext.dll";
     TempDir dir{"tslsample"};
@@ -102,12 +103,14 @@ TEST_F(Extender, SettingsLoadsAndTheKitsSample) {
     GetComputerNameA(computer, &size);
     auto env = [](const char* name) { char buf[16] = ""; GetEnvironmentVariableA(name, buf, sizeof buf); return std::string(buf); };
     WritePrivateProfileStringA("MAIN", "CmdExtDllError", NULL, "TSLPROCS.INI");
-    struct { int line; std::string file; std::string after; std::vector<Row> rows; } settings[] = {
+    struct { int line; std::string file; std::string after; std::vector<Row> rows; const char* answer = nullptr; } settings[] = {
         {__LINE__, "(NONE)", "<absent> inits= done=", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "0\n(NONE)\n"}}},
         {__LINE__, missing, "Dll Not Found inits= done=", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "0\n" + missing + "\n"}}},
         {__LINE__, "(none)", "Dll Not Found inits= done=", {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3), "0\n(none)\n"}}},
         {__LINE__, test_ext, "<absent> inits=1 done=1",
          {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(3) "\r\nEcho(extlast())", "1\n" + test_ext + "\n8\n"}}},
+        {__LINE__, test_ext, "<absent> inits=1 done=",
+         {{__LINE__, INTCONTROL_10(0) "\r\n" INTCONTROL_10(1) "\r\nextlast = 3\r\nEcho(extlast)", "0\n-1\n3\n"}}, "-1"},
         {__LINE__, sample, "<absent> inits= done=", {
             {__LINE__, read_file(TSL_SOURCE_DIR "/examples/extender.tsl"), "Extender: " + sample + "\ndesserts\nThis computer: " +
                  computer + "\nLongest path: 260\n3 words, the second is green\n"},
@@ -120,6 +123,7 @@ TEST_F(Extender, SettingsLoadsAndTheKitsSample) {
         SettingOverride dll("MAIN", "CMDEXTDLL", s.file.c_str());
         SetEnvironmentVariableA("TSLTESTEXT_INITS", NULL);
         SetEnvironmentVariableA("TSLTESTEXT_DONE", NULL);
+        SetEnvironmentVariableA("TSLTESTEXT_ANSWER", s.answer);
         g_dll.console(1);
         {
             StderrCapture err;

@@ -3,7 +3,7 @@
    __stdcall decoration (COMEXT_INIT@16) and the interpreter must find them
    by it. The process environment tells the test what happened:
    TSLTESTEXT_INITS counts COMEXT_INIT calls, TSLTESTEXT_DONE is set by
-   COMEXT_DONE. */
+   COMEXT_DONE; TSLTESTEXT_ANSWER, when set, is COMEXT_INIT's answer. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -34,6 +34,7 @@ EXPORT long WINAPI COMEXT_INIT(HINSTANCE host, HINSTANCE interpreter, long magic
     sprintf(n, "%d", atoi(n) + 1);
     SetEnvironmentVariableA("TSLTESTEXT_INITS", n);
     SetEnvironmentVariableA("TSLTESTEXT_DONE", NULL);
+    if (GetEnvironmentVariableA("TSLTESTEXT_ANSWER", n, sizeof n)) return atol(n);
     return magic == TSL_INTERFACE_MAGIC ? 42 : 0;
 }
 
