@@ -2,7 +2,8 @@
 """Mutation run: put one-line faults into the sources, one at a time, and see
 which of them the tests catch.
 
-usage: tools/mutate.sh [--only ID,...] [--preset native|win64] [--build-only] FAULTS_FILE RESULT_FILE
+usage: tools/mutate.sh [--only ID,...] [--preset native|win64] [--build-only] [--every-failure]
+                      FAULTS_FILE RESULT_FILE
 
 FAULTS_FILE holds one fault per line (blank lines and lines starting with #
 are skipped), fields separated by " | ":
@@ -33,7 +34,11 @@ The file is put back byte for byte after every row, also on Ctrl+C or a
 termination signal. The run refuses to start while the product sources have
 uncommitted changes, so that no mutant can land in a commit. --only runs
 the rows named, --preset only the rows of one preset; --build-only builds
-each mutant without running tests (to check a new list).
+each mutant without running tests (to check a new list). --every-failure
+runs every selected test instead of stopping at the first failure, and
+lists every failed test with the places its checks failed (file:line, and
+the "row at line N" of a table row): the evidence for which test is the only
+one to catch a fault.
 """
 import os
 import re
@@ -158,6 +163,26 @@ def judge(rc, output):
         [n + " (timeout)" for n, w in real if w.startswith("Timeout")]
 
 
+FAILED_AT = re.compile(r"(tests/[\w/.-]+:\d+): Failure|row at line (\d+)")
+
+
+def failure_places(output):
+    """Every test's failing places, from the output of ctest --output-on-failure:
+    a test's output follows the line that ends it, up to the next test's line."""
+    places = {}
+    name = None
+    for line in output.split("\n"):
+        ended = re.match(r"^\s*\d+/\d+ Test\s+#\d+: (\S+)", line)
+        if ended or re.match(r"^\s*Start\s+\d+: ", line):
+            name = ended.group(1) if ended else None
+            continue
+        for m in FAILED_AT.finditer(line) if name else []:
+            where = m.group(1).rsplit("/", 1)[-1] if m.group(1) else "row " + m.group(2)
+            if where not in places.setdefault(name, []):
+                places[name].append(where)
+    return places
+
+
 def stop_wine(build_dir, log):
     if not build_dir:
         return
@@ -202,6 +227,7 @@ def main(argv):
     only = None
     only_preset = None
     build_only = False
+    every = False
     args = []
     i = 0
     while i < len(argv):
@@ -216,6 +242,8 @@ def main(argv):
             only_preset = argv[i]
         elif a == "--build-only":
             build_only = True
+        elif a == "--every-failure":
+            every = True
         elif a in ("-h", "--help"):
             print(__doc__)
             return 0
@@ -223,7 +251,8 @@ def main(argv):
             args.append(a)
         i += 1
     if len(args) != 2:
-        print("usage: tools/mutate.sh [--only ID,...] [--preset native|win64] [--build-only] FAULTS_FILE RESULT_FILE", file=sys.stderr)
+        print("usage: tools/mutate.sh [--only ID,...] [--preset native|win64] [--build-only] [--every-failure] "
+              "FAULTS_FILE RESULT_FILE", file=sys.stderr)
         return 2
     faults_file, result_file = args
 
@@ -282,10 +311,18 @@ def main(argv):
             elif build_only:
                 status, detail = "BUILT", ""
             else:
-                rc, out, _ = run(preset["test"] + ["-R", row["regex"]], log)
+                test = preset["test"]
+                if every:
+                    test = [a for a in test if a not in ("--stop-on-failure", "-j2")] + ["-j2", "--output-on-failure"]
+                rc, out, _ = run(test + ["-R", row["regex"]], log)
                 status, failed = judge(rc, out)
                 stop_wine(preset.get("after"), log)
-                detail = ", ".join(failed[:4]) + (f" and {len(failed) - 4} more" if len(failed) > 4 else "")
+                if every:
+                    places = failure_places(out)
+                    detail = "; ".join(f"{n} ({' '.join(places[n.split(' ')[0]])})"
+                                       if n.split(' ')[0] in places else n for n in failed)
+                else:
+                    detail = ", ".join(failed[:4]) + (f" and {len(failed) - 4} more" if len(failed) > 4 else "")
         except Interrupted as e:
             interrupted = str(e)
             status, detail = "INTERRUPTED", ""
