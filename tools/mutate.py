@@ -163,7 +163,7 @@ def judge(rc, output):
         [n + " (timeout)" for n, w in real if w.startswith("Timeout")]
 
 
-FAILED_AT = re.compile(r"(tests/[\w/.-]+:\d+): Failure|row at line (\d+)")
+FAILED_AT = re.compile(r"(tests/[\w/.-]+:\d+): Failure|(?:row|step) at line (\d+)")
 
 
 def failure_places(output):
@@ -313,7 +313,10 @@ def main(argv):
             else:
                 test = preset["test"]
                 if every:
-                    test = [a for a in test if a not in ("--stop-on-failure", "-j2")] + ["-j2", "--output-on-failure"]
+                    # Every test runs, so a hanging mutant costs each test's time-out:
+                    # a short one (the longest test takes a few seconds).
+                    test = [a for a in test if a not in ("--stop-on-failure", "-j2", "--timeout", "120")] + \
+                        ["-j2", "--output-on-failure", "--timeout", "30"]
                 rc, out, _ = run(test + ["-R", row["regex"]], log)
                 status, failed = judge(rc, out)
                 stop_wine(preset.get("after"), log)
