@@ -58,6 +58,7 @@ PRESETS = {
         # When every test runs, a hanging mutant costs each test's time-out:
         # a short one (the longest test takes a few seconds).
         "every_timeout": "30",
+        "every_limit": 240,   # the whole suite takes 20 s
     },
     "win64": {
         "build": ["cmake", "--build", "--preset", "win64", "--target", "tslpr32i", "tslrun"],
@@ -66,6 +67,7 @@ PRESETS = {
         # the Wine environments it left (each ends only when no run uses it).
         "after": "build/win64",
         "every_timeout": "150",   # the longest box tests take 50 s under load
+        "every_limit": 1200,
     },
 }
 COUNTED = ("CAUGHT", "TIMEOUT")
@@ -133,18 +135,34 @@ def dirty_sources():
     return out.strip()
 
 
-def run(cmd, log):
+LIMIT_NOTE = "mutate: the test run passed its limit and was stopped"
+
+
+def run(cmd, log, limit=None):
+    """Runs cmd niced; with a limit in seconds, a run still going then is
+    stopped (its whole process group) and LIMIT_NOTE ends its output."""
     log.write(f"$ {' '.join(cmd)}\n")
     log.flush()
     start = time.monotonic()
-    proc = subprocess.run(["nice"] + cmd, cwd=ROOT, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          text=True, errors="replace", start_new_session=False)
-    log.write(proc.stdout)
+    proc = subprocess.Popen(["nice"] + cmd, cwd=ROOT, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
+                            text=True, errors="replace", start_new_session=limit is not None)
+    try:
+        out, _ = proc.communicate(timeout=limit)
+    except subprocess.TimeoutExpired:
+        os.killpg(proc.pid, signal.SIGKILL)
+        out = proc.communicate()[0] + "\n" + LIMIT_NOTE + "\n"
+    except BaseException:
+        if limit is not None:
+            os.killpg(proc.pid, signal.SIGKILL)
+        proc.kill()
+        raise
+    log.write(out)
     log.flush()
-    return proc.returncode, proc.stdout, time.monotonic() - start
+    return proc.returncode, out, time.monotonic() - start
 
 
 FAILED_LINE = re.compile(r"^\s*\d+ - (\S+) \(([^)]*)\)", re.M)
+ENDED_BADLY = re.compile(r"^\s*\d+/\d+ Test\s+#\d+: (\S+) \.*\*\*\*(Failed|Timeout)", re.M)
 
 
 def judge(rc, output):
@@ -155,6 +173,10 @@ def judge(rc, output):
     # ones) are listed the same way under a heading of their own.
     tail = output.split("The following tests FAILED:", 1)
     failed = FAILED_LINE.findall(tail[1]) if len(tail) == 2 else []
+    if LIMIT_NOTE in output:
+        # No summary: the failures are those its result lines show so far,
+        # and a run that hangs past its limit counts as a time-out.
+        failed = ENDED_BADLY.findall(output) or [("(the whole run)", "Timeout")]
     # A failure of the Wine environment itself says nothing about the mutant.
     real = [(name, why) for name, why in failed if not re.search(r"/(start|stop)$", name)]
     if rc == 0 and not failed:
@@ -319,7 +341,7 @@ def main(argv):
                 if every:
                     test = [a for a in test if a not in ("--stop-on-failure", "-j2", "--timeout", "120")] + \
                         ["-j2", "--output-on-failure", "--timeout", preset["every_timeout"]]
-                rc, out, _ = run(test + ["-R", row["regex"]], log)
+                rc, out, _ = run(test + ["-R", row["regex"]], log, preset["every_limit"] if every else None)
                 status, failed = judge(rc, out)
                 stop_wine(preset.get("after"), log)
                 if every:
