@@ -6,7 +6,7 @@ something, how many faults it caught and how many no other test caught.
 usage: tools/mutate-cover.py RESULT_FILE... [--tests FILE]
 
 --tests FILE names every test of the runs (one per line, e.g. the output of
-ctest -N): tests that caught nothing are listed too. The last part is a
+ctest -N): tests that caught nothing are listed too. Last comes a
 smallest set of tests found greedily that still catches every caught fault;
 a test outside it catches nothing that the set does not.
 """
@@ -27,8 +27,8 @@ def catches(paths):
                 ident, status, detail = m.group(1), m.group(2), m.group(3) or ""
                 tests = set()
                 if status != "SURVIVED":
-                    for part in detail.split("; "):
-                        name = part.split(" ")[0]
+                    for piece in detail.split("; "):
+                        name = piece.split(" ")[0]
                         if name:
                             tests.add(name)
                 faults[ident] = tests
