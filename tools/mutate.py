@@ -176,7 +176,7 @@ def judge(rc, output):
     if LIMIT_NOTE in output:
         # No summary: the failures are those its result lines show so far,
         # and a run that hangs past its limit counts as a time-out.
-        failed = ENDED_BADLY.findall(output) or [("(the whole run)", "Timeout")]
+        failed = ENDED_BADLY.findall(output) or [("(whole-run)", "Timeout")]
     # A failure of the Wine environment itself says nothing about the mutant.
     real = [(name, why) for name, why in failed if not re.search(r"/(start|stop)$", name)]
     if rc == 0 and not failed:
@@ -189,7 +189,7 @@ def judge(rc, output):
         [n + " (timeout)" for n, w in real if w.startswith("Timeout")]
 
 
-FAILED_AT = re.compile(r"(tests/[\w/.-]+:\d+): Failure|(?:row|step) at line (\d+)")
+FAILED_AT = re.compile(r"(tests/[\w/.-]+:\d+): Failure|(row|step) at line (\d+)")
 
 
 def failure_places(output):
@@ -203,7 +203,7 @@ def failure_places(output):
             name = ended.group(1) if ended else None
             continue
         for m in FAILED_AT.finditer(line) if name else []:
-            where = m.group(1).rsplit("/", 1)[-1] if m.group(1) else "row " + m.group(2)
+            where = m.group(1).rsplit("/", 1)[-1] if m.group(1) else m.group(2) + " " + m.group(3)
             if where not in places.setdefault(name, []):
                 places[name].append(where)
     return places
