@@ -38,6 +38,7 @@ TEST(EncodedScript, EncodedTextIsHiddenAndComesBackWhole) {
         {__LINE__, bytes, true, 0, kText},
         {__LINE__, plain, false, 0, kText},
         {__LINE__, plain, true, MSG_ENCODED_REQUIRED, ""},
+        {__LINE__, {'\x04', 'x', '\0'}, false, 0, "\x04x"},   // the forms end at 3: byte 4 begins a plain text
     };
     for (auto& r : rows) {
         std::string text;

@@ -54,6 +54,7 @@ TEST(MenuTitles, MarkersTextHotKeyHiddenAndDescription) {
              const char* desc; } rows[] = {
         {__LINE__, "&File", 1, false, false, false, "&File", "", ""},
         {__LINE__, " _&Open \\^O ; Opens a file  ", 2, true, false, false, "&Open", "Ctrl+O", "Opens a file"},
+        {__LINE__, "Save;Saves it", 1, false, false, false, "Save", "", "Saves it"},   // no blank after ";"
         {__LINE__, "|Next column", 1, false, true, false, "Next column", "", ""},
         {__LINE__, "  @Secret\\!{f5}", 3, false, false, true, "Secret", "Alt+F5", ""},
         {__LINE__, "A very long menu text that goes past 38 characters", 1, false, false, false,

@@ -49,6 +49,9 @@ TEST_F(Statements, TheRunsResultsAndErrors) {
     run(S({"x = 1 / 0"}));
     EXPECT_EQ(boxes(), "3062:  Attempt to divide by zero|x = 1 / 0\n\nMy Host 2.0\nTSL Version: 1.3a\n")
         << "the host's identification line is in every report";
+    ctx->host_proc = nullptr;
+    run(S({"echo(1)"}));
+    EXPECT_EQ(ctx->run_error, 3046) << "a host command with no procedure to call";
 }
 
 TEST_F(Statements, GotoWritesItsCacheIntoTheScript) {
