@@ -57,7 +57,6 @@ int run_loop(Context* ctx, char* script, uint32_t length, uint16_t* pos, uint16_
         uint16_t line_pos = *pos;
         int got = line_tokens_read(ctx, script, length, pos, line_start, line);
         if (!got) break;
-        result = -1;
         plat_break_test(ctx);
         if (!ctx->exclusive) plat_pump_messages(ctx);
         if (ctx->break_flag) {
