@@ -47,4 +47,8 @@ TEST(DialogFields, ParsesEveryRule) {
         EXPECT_EQ(r.text, d.text) << "row at line " << r.line;
         EXPECT_EQ(r.value, d.value) << "row at line " << r.line;
     }
+    // An empty first field is 0 also straight after a definition that had one.
+    ControlDef d{};
+    ASSERT_EQ(0, dialog_parse_control("77,2,3,4,STATICTEXT,v,x", &d) + dialog_parse_control(",2,3,4,STATICTEXT,v,x", &d));
+    EXPECT_EQ(0, d.x);
 }
