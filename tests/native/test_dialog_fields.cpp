@@ -10,6 +10,7 @@ TEST(DialogFields, ParsesEveryRule) {
     struct { int line; std::string def; uint16_t error; int x, y, w, h; DialogControlType type; std::string var, text;
              int32_t value; } rows[] = {
         {__LINE__, "10,20,100,12,STATICTEXT,v,Hello", 0, 10, 20, 100, 12, DC_STATICTEXT, "v", "Hello", 0},
+        {__LINE__, ",20,100,12,STATICTEXT,v,Hello", 0, 0, 20, 100, 12, DC_STATICTEXT, "v", "Hello", 0},   // an empty field is 0
         {__LINE__, "DEFAULT,DEFAULT,DEFAULT,DEFAULT,EDITBOX", 0, 8, 16, 44, 32, DC_EDITBOX, "DEFAULT", "DEFAULT", 0},
         {__LINE__, "default,1,2,3,editbox,name", 0, 8, 1, 2, 3, DC_EDITBOX, "name", "DEFAULT", 0},
         {__LINE__, " 1 , 2 ,\t3,4, VaryText , my var , \"a, b  c\" ", 0, 1, 2, 3, 4, DC_VARYTEXT, "myvar", "a, b  c", 0},
@@ -46,4 +47,8 @@ TEST(DialogFields, ParsesEveryRule) {
         EXPECT_EQ(r.text, d.text) << "row at line " << r.line;
         EXPECT_EQ(r.value, d.value) << "row at line " << r.line;
     }
+    // An empty first field is 0 also straight after a definition that had one.
+    ControlDef d{};
+    ASSERT_EQ(0, dialog_parse_control("77,2,3,4,STATICTEXT,v,x", &d) + dialog_parse_control(",2,3,4,STATICTEXT,v,x", &d));
+    EXPECT_EQ(0, d.x);
 }

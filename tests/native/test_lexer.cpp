@@ -159,6 +159,11 @@ TEST_F(Lexer, ExtenderRecordsFollowTheBuiltInOnes) {
     keyword_cache_new_generation(ctx);
     EXPECT_EQ(got, "1:272:ZZext9 1:4:( 2:zzext9x 1:5:) 2:zzext") << "whole words, case-insensitive";
     EXPECT_EQ(dump("zzext9"), "2:zzext9") << "gone with its record";
+    // A host may rewrite its table in place between runs: the next generation sees it.
+    EXPECT_EQ(dump("sox"), "2:sox");
+    table[2] = function_record(2, "sox", 6, 0);
+    keyword_cache_new_generation(ctx);
+    EXPECT_EQ(dump("sox"), "1:902:sox");
 }
 
 } // namespace

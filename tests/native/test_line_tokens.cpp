@@ -1,5 +1,6 @@
 // Remembered line tokens and plans change nothing a script can see, and no record outlives what it relies on.
 #include <unistd.h>
+#include <cstdio>
 #include <random>
 #include "core_fixture.h"
 #include "../fuzz/fuzz_harness.h"
@@ -142,11 +143,14 @@ TEST_F(LineTokensCases, RecordsNeverOutliveWhatTheyRelyOn) {
 // A name followed by a string literal reads on from inside the literal; a
 // statement that does so is planned like the expression it reads as: the
 // same output and as many plan nodes. The count comes from a host command
-// "plans" at the end of the run, while the run's plans still exist.
+// "plans" at the end of the run, while the run's plans still exist; "nest"
+// runs its text as a script in a buffer that every call reuses.
 static Context* g_planned;
 static int32_t plans_host(PHandle owner, intptr_t host_value, int32_t a, int32_t command, AnswerFn answer,
                           void* record, const char* t1, const char* t2, const char* t3, const char* t4,
                           const char* t5) {
+    static char nested[64];
+    if (command == 4) { snprintf(nested, sizeof nested, "%s\r\n", t1); run_script(g_planned, nested); return 0; }
     if (command != 3) return core_host(owner, host_value, a, command, answer, record, t1, t2, t3, t4, t5);
     *reinterpret_cast<std::string*>(host_value) += "nodes " + std::to_string(line_tokens_plan_pool(g_planned)->nodes);
     return 0;
@@ -174,4 +178,14 @@ TEST_F(LineTokensCases, APushedBackLiteralIsPlannedAsWhatItReadsAs) {
         std::string pushed_back = loop(r.statement);
         EXPECT_EQ(pushed_back, loop(r.reads_as)) << AT_ROW(r);
     }
+}
+
+// A host that runs scripts from one buffer: the second run reads its own bytes, not the first's line.
+TEST_F(LineTokensCases, ANestedRunInAReusedBufferReadsItsOwnBytes) {
+    KeywordRecord hosted[3] = {function_record(0, "echo", 1, 1), function_record(4, "nest", 1, 1), KeywordRecord{}};
+    ctx->host_table = hosted;
+    ctx->host_proc = plans_host;
+    g_planned = ctx;
+    run("nest('a = 1')\r\nnest('b = 2')\r\necho(StrCat(IsDefined(a), IsDefined(b)))\r\n");
+    EXPECT_EQ(out, "11\n");
 }

@@ -97,6 +97,7 @@ TEST(HotKeys, DefinitionCodeShownTextAndItsKeystroke) {
         {__LINE__, "{DEL}", 0x102E, "DEL", true, 0x2E, false, false, false},
         {__LINE__, "{PRTSC}", 0x102C, "PRTSC", true, 0x2C, false, false, false},
         {__LINE__, "{q}", 0x51, "Q", false, 'q', false, false, false},
+        {__LINE__, "^@", 0x4040, "Ctrl+@", false, '@', false, true, false},   // with "@" a typed character, as with a letter
     };
     for (auto& r : rows) {
         char shown[HOTKEY_TEXT_MAX];
@@ -107,7 +108,7 @@ TEST(HotKeys, DefinitionCodeShownTextAndItsKeystroke) {
 }
 
 TEST(HotKeys, NoKeyNamedAndModifierKeysAlone) {
-    const char* none[] = {"", "^", "!+", "{F0}", "{F17}", "{NOKEY}", "{}", "{F5", "{ABCDEFGHIJKLMNOPQ}"};
+    const char* none[] = {"", "^", "!+", "{F0}", "{F17}", "{F160}", "{NOKEY}", "{}", "{F5", "{ABCDEFGHIJKLMNOPQ}"};
     for (const char* written : none) {
         char shown[HOTKEY_TEXT_MAX] = "?";
         EXPECT_EQ(0, hotkey_parse(written, shown, sizeof shown)) << written;

@@ -141,6 +141,10 @@ TEST_F(Statements, TheUserBreak) {
     EXPECT_EQ(out, "1\n");
     EXPECT_EQ(ctx->run_result, 0);
     EXPECT_EQ(boxes(), "192:  Execution ended|Execution terminated by user request or error" + std::string(FOOTER) + "\n");
+    // One more in the pump after the last line: a break there ends nothing.
+    plat_native_break_after(3);
+    run(S({"echo(1)"}));
+    EXPECT_EQ(out + std::to_string(ctx->run_result) + std::to_string(ctx->break_flag) + boxes(), "1\n11");
     // With the break-report switch off the run ends silently.
     run_reset(ctx);
     ctx->break_report = 0;

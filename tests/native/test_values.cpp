@@ -59,6 +59,12 @@ TEST_F(Values, TextsOfValues) {
     char* p = value_alloc_text(ctx, &v, 0);
     ASSERT_NE(p, nullptr);
     EXPECT_STREQ(p, "") << "a fresh text starts empty";
+    // A copy takes the text, its NUL and 12 bytes, in fours: 32 bytes for 19 characters.
+    ASSERT_TRUE(value_set_text(ctx, &v, "nineteen characters"));
+    uint32_t held = free_bytes();
+    uint16_t copy = value_copy_text(ctx, v.string);
+    EXPECT_EQ(held - free_bytes(), 32u);
+    heap_free(ctx->heap, copy);
     value_free(ctx, &v);
     EXPECT_EQ(v.string + v.flags, 0u);
     Value none{1, 0, NO_VARIABLE, 0};
@@ -104,6 +110,7 @@ TEST_F(Values, BoundedCopyAndAppend) {
         {__LINE__, true, "abc", "defghij", 8, "abcdefg", 0},
         {__LINE__, true, "abcdefg", "x", 8, "abcdefg", 0},   // a destination at capacity - 1 is left as it is
         {__LINE__, true, "abc", "z", 2, "abc", 0},           // ... and one already past it
+        {__LINE__, true, "abc", q65537.c_str(), 6, "abcq", 0},   // 65,537 counts as 1 in an append too
         {__LINE__, true, "abc", nullptr, 8, "abc", 3098},
     };
     for (auto& r : rows) {
@@ -119,6 +126,10 @@ TEST_F(Values, BoundedCopyAndAppend) {
         fn(ctx, nullptr, "abc", 4);
         EXPECT_EQ(ctx->error, 3098) << "no destination";
     }
+    // A capacity of 65,536 is 0 in 16 bits: nothing is cut.
+    std::string big(65536, 'x');
+    bounded_copy(ctx, &big[0], "abc", 65536);
+    EXPECT_STREQ(big.c_str(), "abc");
 }
 
 } // namespace
