@@ -257,6 +257,11 @@ TEST_F(Periphery, ClipboardSharedWithOtherPrograms) {
     };
     for (auto& r : rows) put_wide(r.put), check({{r.line, r.script, r.got}});
     HWND holder = CreateWindowExA(0, "STATIC", "", 0, 0, 0, 0, 0, HWND_MESSAGE, NULL, NULL, NULL);
+    // A run with an owner window opens the clipboard with it, and closes it again.
+    host.run("ClipPut(\"owned\")\r\n", HostContext::echo_proc, HostContext::kEcho, holder);
+    bool closed = false;
+    std::thread([&] { if ((closed = OpenClipboard(NULL) != 0)) CloseClipboard(); }).join();
+    EXPECT_TRUE(closed) << "another thread opens the clipboard after ClipPut";
     ASSERT_TRUE(OpenClipboard(holder));
     check({{__LINE__, "r = ClipGet()", "error 1401"}, {__LINE__, "r = ClipPut(\"x\")", "error 1401"}});
     CloseClipboard();
