@@ -54,19 +54,22 @@ PRESETS = {
     "native": {
         "build": ["cmake", "--build", "--preset", "native", "--target",
                   "tsl_native_tests", "tslrun-native"],
-        "test": ["ctest", "--preset", "native", "--stop-on-failure", "--timeout", "120"],
+        "test": ["ctest", "--preset", "native"],
+        "first_failure": ["--stop-on-failure", "--timeout", "120"],
         # When every test runs, a hanging mutant costs each test's time-out:
         # a short one (the longest test takes a few seconds).
-        "every_timeout": "30",
+        "every_failure": ["-j2", "--output-on-failure", "--timeout", "30"],
         "every_limit": 240,   # the whole suite takes 20 s
     },
     "win64": {
         "build": ["cmake", "--build", "--preset", "win64", "--target", "tslpr32i", "tslrun"],
-        "test": ["ctest", "--preset", "win64", "-j2", "--stop-on-failure"],
+        "test": ["ctest", "--preset", "win64"],
+        "first_failure": ["-j2", "--stop-on-failure"],
         # A run stopped at its first failure skips the fixtures' stop: end
         # the Wine environments it left (each ends only when no run uses it).
         "after": "build/win64",
-        "every_timeout": "150",   # the longest box tests take 50 s under load
+        # the longest box tests take 50 s under load
+        "every_failure": ["-j2", "--output-on-failure", "--timeout", "150"],
         "every_limit": 1200,
     },
 }
@@ -337,10 +340,7 @@ def main(argv):
             elif build_only:
                 status, detail = "BUILT", ""
             else:
-                test = preset["test"]
-                if every:
-                    test = [a for a in test if a not in ("--stop-on-failure", "-j2", "--timeout", "120")] + \
-                        ["-j2", "--output-on-failure", "--timeout", preset["every_timeout"]]
+                test = preset["test"] + preset["every_failure" if every else "first_failure"]
                 rc, out, _ = run(test + ["-R", row["regex"]], log, preset["every_limit"] if every else None)
                 status, failed = judge(rc, out)
                 stop_wine(preset.get("after"), log)
